@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Functions/handlers.h"
+#include "Public/options.h"
+
+namespace trx {
+namespace {
+
+struct Options {
+  bool enable = true;
+};
+
+constexpr OptionRow<Options> kOptions[] = {
+    {"action", 'a', Argument::Required,
+     [](Options &o, const char *text) {
+       // Any word but "disable" enables. This is meant.
+       o.enable = strcasecmp(text, "disable") != 0;
+       return true;
+     }},
+};
+
+}  // namespace
+
+int32_t doDebug(int argc, char **argv, const Command_Info *row) {
+  Options o;
+  // An unknown option does not stop it from being switched. This is meant.
+  if (parseOptions(argc, argv, row, kOptions, o) == Parsed::Help) return 0;
+  dbg_enable = o.enable;
+  std::fprintf(stream, "Set debug mode to %s\n", dbg_enable ? "enable" : "disable");
+  return 0;
+}
+
+}  // namespace trx

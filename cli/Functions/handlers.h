@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The handlers and help texts that the command tables name. Each stands in the source file of its
+// command.
+#ifndef TRX_CLI_HANDLERS_H
+#define TRX_CLI_HANDLERS_H
+
+#include "Public/common.h"
+
+namespace trx {
+
+int32_t doHelp(int argc, char **argv, const Command_Info *row);
+int32_t doAdapter(int argc, char **argv, const Command_Info *row);
+int32_t doVersion(int argc, char **argv, const Command_Info *row);
+int32_t doSmart(int argc, char **argv, const Command_Info *row);
+int32_t doFlash(int argc, char **argv, const Command_Info *row);
+int32_t doSLog(int argc, char **argv, const Command_Info *row);
+int32_t doSInfo(int argc, char **argv, const Command_Info *row);
+int32_t doSEvent(int argc, char **argv, const Command_Info *row);
+int32_t doSImport(int argc, char **argv, const Command_Info *row);
+int32_t doSINIT(int argc, char **argv, const Command_Info *row);
+int32_t doSMP(int argc, char **argv, const Command_Info *row);
+int32_t doSRebuild(int argc, char **argv, const Command_Info *row);
+int32_t doSDEBUGLV(int argc, char **argv, const Command_Info *row);
+int32_t doSGet(int argc, char **argv, const Command_Info *row);
+int32_t doSSet(int argc, char **argv, const Command_Info *row);
+int32_t doPassthru(int argc, char **argv, const Command_Info *row);
+int32_t doSPI(int argc, char **argv, const Command_Info *row);
+int32_t doSVD(int argc, char **argv, const Command_Info *row);
+int32_t doSReset(int argc, char **argv, const Command_Info *row);
+int32_t doSLed(int argc, char **argv, const Command_Info *row);
+int32_t doSVPD(int argc, char **argv, const Command_Info *row);
+int32_t doSDUMPHBA(int argc, char **argv, const Command_Info *row);
+int32_t doSGPIO(int argc, char **argv, const Command_Info *row);
+int32_t doSNS(int argc, char **argv, const Command_Info *row);
+int32_t doVPDRead(int argc, char **argv, const Command_Info *row);
+
+int32_t doDebug(int argc, char **argv, const Command_Info *row);
+int32_t doGen(int argc, char **argv, const Command_Info *row);
+int32_t doSReg(int argc, char **argv, const Command_Info *row);
+int32_t doSKXF(int argc, char **argv, const Command_Info *row);
+int32_t doSProtect(int argc, char **argv, const Command_Info *row);
+int32_t doSi2c(int argc, char **argv, const Command_Info *row);
+int32_t doSpcie(int argc, char **argv, const Command_Info *row);
+int32_t doSSRIOV(int argc, char **argv, const Command_Info *row);
+int32_t doHotkey(int argc, char **argv, const Command_Info *row);
+int32_t doMIPassthruRead(int argc, char **argv, const Command_Info *row);
+int32_t doMIPassthruWrite(int argc, char **argv, const Command_Info *row);
+
+extern const char help_help[];
+extern const char adapter_help[];
+extern const char version_help[];
+extern const char smart_help[];
+extern const char flash_help[];
+extern const char log_help[];
+extern const char info_help[];
+extern const char event_help[];
+extern const char import_help[];
+extern const char init_help[];
+extern const char mp_help[];
+extern const char rebuild_help[];
+extern const char debuglv_help[];
+extern const char get_help[];
+extern const char set_help[];
+extern const char passthru_help[];
+extern const char spi_help[];
+extern const char vd_help[];
+extern const char reset_help[];
+extern const char led_help[];
+extern const char vpd_help[];
+extern const char dumphba_help[];
+extern const char gpio_help[];
+extern const char ns_help[];
+extern const char vpdread_help[];
+extern const char gen_help[];
+extern const char reg_help[];
+extern const char kxf_help[];
+extern const char protect_help[];
+extern const char i2c_help[];
+extern const char pcie_help[];
+extern const char sriov_help[];
+extern const char hotkey_help[];
+extern const char mi_passthruread_help[];
+extern const char mi_passthruwrite_help[];
+
+}  // namespace trx
+
+#endif  // TRX_CLI_HANDLERS_H

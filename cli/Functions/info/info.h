@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Printers of the controller's records, one block each, on `stream`. Text widths and labels are read
+// by scripts.
+#ifndef TRX_CLI_INFO_H
+#define TRX_CLI_INFO_H
+
+#include "trx/trx_records.h"
+
+namespace trx {
+
+/// The controller block, 36 wide. Asks the current adapter for its host id (Identify, CNS 14h).
+void Adapter_PrintInfo(TRX_U8 adapter, const NVME_Adapter_Info &info);
+
+/// The physical disk block, 23 wide; JBOF adapters also tell whether the disk can be imported.
+void HD_PrintInfo(const NVME_PD_Info &disk, bool raidMode);
+
+/// The virtual disk block, 20 wide.
+void LD_PrintInfo(const NVME_VD_Info &volume);
+
+/// One line on the running or paused activity of a virtual disk; nothing when there is none.
+void VD_PrintBGAStatus(const NVME_BGA_Status &activity);
+
+/// The namespace block, 20 wide, with an empty line at its end. Asks the current adapter for the
+/// EUI-64 (Identify, CNS 00h).
+void NS_PrintInfo(const NVME_NS_Info &ns, bool raidMode);
+
+}  // namespace trx
+
+#endif  // TRX_CLI_INFO_H

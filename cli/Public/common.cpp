@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Public/common.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstring>
+
+#include "Public/utility.h"
+
+namespace trx {
+
+std::FILE *stream = stdout;
+uint8_t gCurrentAdapter = 0;
+uint8_t gSpecificAdapterFlag = 0;
+uint8_t g_oneBaseMode = 0;
+uint8_t gNumAdaptersFound = 0;
+uint8_t gSysDenied = 0;
+std::vector<NVME_Adapter_Info> g_pAdInfos;
+const Command_Info *pCmdTable = nullptr;
+uint16_t cmdTableSize = 0;
+bool dbg_enable = false;
+
+const NVME_Adapter_Info &summaryOf(unsigned adapter) {
+  static const NVME_Adapter_Info none{};
+  return adapter < g_pAdInfos.size() ? g_pAdInfos[adapter] : none;
+}
+
+int parse(int32_t *count, char **tokens, char *line) {
+  *count = 0;
+  auto record = [&](char *token) {
+    if (*count < kMaxTokens) tokens[*count] = token;
+    ++*count;
+  };
+
+  char *const end = line + std::strlen(line);
+  char *start = line;
+  char *at = line;
+  while (at < end) {
+    if (*at == '"') {
+      char *close = std::find(at + 1, end, '"');
+      if (close == end) return 0;
+      at = close + 1;
+      if (at == end) record(start);
+    } else if (*at == ' ' || *at == '\t') {
+      *at++ = '\0';
+      record(start);
+      // Only blanks are skipped: a tab here begins an empty token. This is meant.
+      while (*at == ' ') ++at;
+      start = at;
+    } else if (++at == end) {
+      record(start);
+    }
+  }
+  return 1;
+}
+
+void noQuoteStrncpy(char *dst, const char *src, size_t n) {
+  bool quoted = n > 0 && (src[0] == '"' || src[0] == '\'') && strnlen(src, n) == n && src[n - 1] == src[0];
+  if (!quoted) {
+    std::strncpy(dst, src, n);
+    dst[n] = '\0';
+    return;
+  }
+  size_t length = std::strlen(src);
+  size_t inside = length < 2 ? 0 : std::min(n, length - 2);
+  std::memcpy(dst, src + 1, inside);
+  // One past the end, not at it: the zero-filled buffer terminates the text. This is meant.
+  dst[inside + 1] = '\0';
+}
+
+namespace {
+
+/// The rows of one table that a typed word matches.
+struct Matches {
+  int prefixes = 0;                     ///< rows that the word only begins
+  int last = -1;                        ///< index of the last row matched
+  const Command_Info *whole = nullptr;  ///< the row whose word was typed in full
+};
+
+Matches match(const Command_Info *table, uint16_t size, const char *word, size_t length) {
+  Matches found;
+  for (int i = 0; i < size && !found.whole; ++i) {
+    if (std::strncmp(table[i].cmd, word, length) != 0) continue;
+    found.last = i;
+    if (table[i].cmdLen == static_cast<int32_t>(length + 1)) {
+      found.whole = &table[i];
+    } else {
+      ++found.prefixes;
+    }
+  }
+  return found;
+}
+
+}  // namespace
+
+int32_t cmdDispatcher(int count, char **tokens) {
+  char *word = strlwr(tokens[0]);
+  if (std::strcmp(word, "exit") == 0 || std::strcmp(word, "quit") == 0) return -1;
+  auto call = [&](const Command_Info &row) { return row.cmdHandler(count, tokens, &row); };
+
+  size_t length = std::strlen(word);
+  Matches general = match(pCmdTable, cmdTableSize, word, length);
+  if (general.whole) return call(*general.whole);
+
+  Matches hidden = match(hiddenCmdTableV1, hiddenCmdTableV1Size(), word, length);
+  if (hidden.whole) {
+    // A hidden word that also begins a general word runs the general row of the same index. This is
+    // meant; no word of the present tables gets here.
+    return general.prefixes > 0 ? call(pCmdTable[hidden.last]) : call(*hidden.whole);
+  }
+
+  if (general.prefixes + hidden.prefixes == 1) {
+    return call(general.prefixes > 0 ? pCmdTable[general.last] : hiddenCmdTableV1[hidden.last]);
+  }
+  if (general.prefixes + hidden.prefixes > 1) {
+    std::fprintf(stream, "Ambiguous command '%s'!\n", word);
+  } else {
+    std::fprintf(stream, "Invalid command '%s'!\n", word);
+  }
+  return 1;
+}
+
+void printHelp(const Command_Info *row) {
+  std::fprintf(stream, "Description%s%s", row->cmdShortHelp, row->cmdHelp);
+}
+
+bool complain(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  std::vfprintf(stream, format, arguments);
+  va_end(arguments);
+  return false;
+}
+
+void complainDuplicate() { std::fputs(ErrorDuplicate, stream); }
+
+void complainRequired(const char *command, char letter) {
+  std::fprintf(stream, OptionRequired, command, letter);
+}
+
+}  // namespace trx

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What every command sees of the program: where it writes, which adapter it acts on, its own table
+// row, and how a line becomes a call.
+#ifndef TRX_CLI_COMMON_H
+#define TRX_CLI_COMMON_H
+
+#include <cstdint>
+#include <cstdio>
+#include <vector>
+
+#include "trx/trx_records.h"
+
+namespace trx {
+
+inline constexpr char CLI_VERSION[] = "1.0.0.1035";
+
+struct _cmd_struct;
+using Command_Info = _cmd_struct;
+
+/// A command handler. `argv[0]` is the command word, `row` the handler's own table row.
+/// The result is the exit status of a one-shot run and is ignored at the prompt.
+using CommandHandler = int32_t (*)(int argc, char **argv, const Command_Info *row);
+
+/// One row of a command table.
+struct _cmd_struct {
+  const char *cmd;  ///< command word, lower case
+  int32_t cmdLen;   ///< length of `cmd` with its terminating NUL
+  CommandHandler cmdHandler;
+  const char *cmdHelp;       ///< detailed help
+  const char *cmdShortHelp;  ///< one line, beginning with ":"
+};
+
+// The state of this run. The entry routine sets it; `adapter` changes gCurrentAdapter, `--debug`
+// dbg_enable.
+extern std::FILE *stream;             ///< where commands write: standard output or the -output file
+extern uint8_t gCurrentAdapter;       ///< zero-based index of the adapter that commands act on
+extern uint8_t gSpecificAdapterFlag;  ///< 1 when an adapter ID was given on the command line
+extern uint8_t g_oneBaseMode;         ///< 1 when users count adapters, disks and volumes from 1
+extern uint8_t gNumAdaptersFound;
+extern uint8_t gSysDenied;                         ///< 1 when controllers exist that this user may not reach
+extern std::vector<NVME_Adapter_Info> g_pAdInfos;  ///< a summary per adapter; zeros where unreadable
+extern const Command_Info *pCmdTable;              ///< the table that dispatch and `help` walk first
+extern uint16_t cmdTableSize;
+extern bool dbg_enable;  ///< commands print the command dwords they send
+
+/// The summary of an adapter; all zeros for an index that has none.
+const NVME_Adapter_Info &summaryOf(unsigned adapter);
+
+/// Whether an adapter combines its disks into volumes (RAID) or exposes each as it is (JBOF).
+inline bool isRaidMode(const NVME_Adapter_Info &summary) {
+  return (summary.Features & TRX_FEATURE_RAID) != 0;
+}
+
+// ---- command tables (commandTables.cpp) ----
+
+extern const Command_Info generalCmdTableV1[];
+extern const Command_Info hiddenCmdTableV1[];  ///< dispatched, never listed
+uint16_t generalCmdTableV1Size();
+uint16_t hiddenCmdTableV1Size();
+
+// ---- lines and words ----
+
+inline constexpr int kMaxTokens = 64;
+inline constexpr size_t kMaxLine = 2048;  ///< bytes of a line buffer, with its NUL
+
+/// Split a line in place at blanks and tabs. Double quotes hold a stretch together and stay in the
+/// token. A line that begins with a blank or tab yields an empty first token.
+/// @param[out] count number of tokens found, also beyond kMaxTokens, of which only kMaxTokens are
+///             stored: the caller refuses the line then
+/// @return 1, or 0 when a double quote is left open
+int parse(int32_t *count, char **tokens, char *line);
+
+/// Copy `n` characters of `src` without the quotes, single or double, that enclose them.
+/// `dst` must be zero-filled and have room for n + 2 characters: see the placement of the NUL in
+/// the source.
+void noQuoteStrncpy(char *dst, const char *src, size_t n);
+
+/// Find the row of a command word and call its handler. The word is lowered in place; a unique
+/// beginning of a word will do.
+/// @return -1 for `exit` and `quit`, 1 for an unknown or ambiguous word, else the handler's result
+int32_t cmdDispatcher(int count, char **tokens);
+
+// ---- messages that every command shares; all return their caller's usual answer ----
+
+/// "Description", the short help and the help of a row.
+void printHelp(const Command_Info *row);
+
+/// Print a message on `stream`; false, so that an option reader can return it.
+[[gnu::format(printf, 1, 2)]] bool complain(const char *format, ...);
+
+/// "Duplicated option specified.\n"
+void complainDuplicate();
+
+/// "%s: option -%c is required\n"
+void complainRequired(const char *command, char letter);
+
+}  // namespace trx
+
+#endif  // TRX_CLI_COMMON_H

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Numbers as users type them.
+#ifndef TRX_CLI_NUMBERS_H
+#define TRX_CLI_NUMBERS_H
+
+#include <cstdint>
+#include <optional>
+
+namespace trx {
+
+/// A decimal number kept to 32 signed bits. Nothing for text that is not all digits; a number that
+/// does not fit is negative, so that a check for a negative id refuses it.
+std::optional<int32_t> decimal(const char *text);
+
+/// A decimal id in the user's counting, made zero-based: 1 is subtracted in one-base mode.
+/// Nothing for text that is not all digits; negative for an id below the first one.
+std::optional<int32_t> userId(const char *text);
+
+/// A number of up to 64 bits: hexadecimal when the text contains "0x" anywhere, else decimal.
+/// Nothing for other text.
+std::optional<uint64_t> hexOrDecimal(const char *text);
+
+}  // namespace trx
+
+#endif  // TRX_CLI_NUMBERS_H

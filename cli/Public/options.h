@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// How a command reads its options: one row per option, bound to a member of the command's own
+// Options struct. The short-option string and the long-option table are made from the rows;
+// `-h`/`--help` and the output option (code 1 and `--output`, which the entry routine has already
+// served) belong to every command and need no row.
+#ifndef TRX_CLI_OPTIONS_H
+#define TRX_CLI_OPTIONS_H
+
+#include <strings.h>
+#include <array>
+#include <cstdint>
+
+#include <span>
+
+#include "Public/common.h"
+
+namespace trx {
+
+/// Whether an option takes an argument.
+enum class Argument {
+  None,
+  Required,
+  OptionalWhenLong,  ///< required after the letter; after the long name only as --name=value
+  NoneWhenLong,      ///< required after the letter, none after the long name
+};
+
+enum class Form { Both, LongOnly };
+
+/// What the parser must know of an option.
+struct OptionShape {
+  const char *name;  ///< long name, or null for an option that has only a letter
+  char code;         ///< the letter; of a long-only option, any character that no letter uses
+  Argument argument;
+  Form form;
+};
+
+/// An option of a command, and what to do with its text.
+template <typename Options>
+struct OptionRow {
+  const char *name;
+  char code;
+  Argument argument;
+  /// Takes the text (empty where none was given); prints a complaint and returns false when it will
+  /// not do. Null for a letter that the parser accepts and the command answers with its help.
+  bool (*read)(Options &options, const char *text);
+  Form form = Form::Both;
+};
+
+/// How the reading of options ended.
+enum class Parsed {
+  Complete,
+  OptionError,  ///< a reader refused its text and said why; later options were not read
+  ParserError,  ///< the parser refused an option and said why on standard error
+  Help,         ///< the help was asked for and printed
+};
+
+/// Whether `--help` and `-h` are known to the parser.
+enum class HelpOption { Declared, Undeclared };
+
+namespace detail {
+using ReadOption = Parsed (*)(void *context, size_t row, const char *text);
+Parsed parseOptions(int argc, char **argv, const Command_Info *row, std::span<const OptionShape> shapes,
+                    HelpOption help, ReadOption read, void *context);
+}  // namespace detail
+
+/// Read the options of a command, in command-line order, up to the first error.
+/// On return `optind` is the index of the first word that is not an option.
+template <typename Options, size_t N>
+Parsed parseOptions(int argc, char **argv, const Command_Info *row, const OptionRow<Options> (&rows)[N],
+                    Options &into, HelpOption help = HelpOption::Declared) {
+  std::array<OptionShape, N> shapes;
+  for (size_t i = 0; i < N; ++i) shapes[i] = {rows[i].name, rows[i].code, rows[i].argument, rows[i].form};
+  struct Context {
+    const OptionRow<Options> *rows;
+    Options *into;
+  } context{rows, &into};
+  auto read = [](void *opaque, size_t i, const char *text) {
+    auto *c = static_cast<Context *>(opaque);
+    if (!c->rows[i].read) return Parsed::Help;
+    return c->rows[i].read(*c->into, text) ? Parsed::Complete : Parsed::OptionError;
+  };
+  return detail::parseOptions(argc, argv, row, shapes, help, read, &context);
+}
+
+/// Read the options of a command that has none of its own.
+inline Parsed parseNoOptions(int argc, char **argv, const Command_Info *row, HelpOption help) {
+  return detail::parseOptions(argc, argv, row, {}, help, nullptr, nullptr);
+}
+
+/// The value of an option, and how often it was given.
+template <typename T>
+struct Counted {
+  T value{};
+  int count = 0;
+
+  bool given() const { return count > 0; }
+  bool repeated() const { return count > 1; }
+  bool set(T to) {
+    value = to;
+    ++count;
+    return true;
+  }
+};
+
+/// Whether any of these options was given more than once.
+template <typename... T>
+bool anyRepeated(const Counted<T> &...options) {
+  return (options.repeated() || ...);
+}
+
+/// One word that an option accepts, and what it stands for.
+template <typename T>
+struct Word {
+  const char *text;
+  T value;
+};
+
+/// Take the word that equals `text` in any case.
+/// @return whether there was one
+template <typename T, size_t N>
+bool choose(T &into, const char *text, const Word<T> (&words)[N]) {
+  for (const Word<T> &word : words) {
+    if (strcasecmp(word.text, text) == 0) {
+      into = word.value;
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace trx
+
+#endif  // TRX_CLI_OPTIONS_H
