@@ -37,7 +37,7 @@ Eui64 namespaceEui64(TRX_U32 nsid) {
 }
 
 std::string toText(const Eui64 &eui64) {
-  char digits[2 * eui64.size() + 1];
+  char digits[2 * std::tuple_size_v<Eui64> + 1];
   for (size_t i = 0; i < eui64.size(); ++i) std::snprintf(digits + 2 * i, 3, "%02x", eui64[i]);
   return digits;
 }

@@ -11,17 +11,20 @@ namespace {
 
 constexpr int kOutputCode = 1;
 
+// option::has_arg
+enum : int32_t { kNoArgument = 0, kRequiredArgument = 1, kOptionalArgument = 2 };
+
 int32_t longArgument(Argument argument) {
   switch (argument) {
     case Argument::Required:
-      return required_argument;
+      return kRequiredArgument;
     case Argument::OptionalWhenLong:
-      return optional_argument;
+      return kOptionalArgument;
     case Argument::None:
     case Argument::NoneWhenLong:
       break;
   }
-  return no_argument;
+  return kNoArgument;
 }
 
 std::string shortOptions(std::span<const OptionShape> shapes, HelpOption help) {
@@ -41,8 +44,8 @@ std::vector<option> longOptions(std::span<const OptionShape> shapes, HelpOption 
   for (const OptionShape &shape : shapes) {
     if (shape.name) table.push_back({shape.name, longArgument(shape.argument), nullptr, shape.code});
   }
-  table.push_back({"output", required_argument, nullptr, kOutputCode});
-  if (help == HelpOption::Declared) table.push_back({"help", no_argument, nullptr, 'h'});
+  table.push_back({"output", kRequiredArgument, nullptr, kOutputCode});
+  if (help == HelpOption::Declared) table.push_back({"help", kNoArgument, nullptr, 'h'});
   table.push_back({nullptr, 0, nullptr, 0});
   return table;
 }

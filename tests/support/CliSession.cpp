@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "CliSession.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include "Functions/simple/simple_info.h"
+#include "Public/common.h"
+#include "trx/trx_api.h"
+
+namespace trx::test {
+
+Capture::Capture(int descriptor) : descriptor_(descriptor), saved_(dup(descriptor)), file_(std::tmpfile()) {
+  std::fflush(nullptr);
+  dup2(fileno(file_), descriptor_);
+}
+
+Capture::~Capture() {
+  std::fflush(nullptr);
+  dup2(saved_, descriptor_);
+  close(saved_);
+  std::fclose(file_);
+}
+
+std::string Capture::text() {
+  std::fflush(nullptr);
+  std::string text(static_cast<size_t>(lseek(fileno(file_), 0, SEEK_END)), '\0');
+  if (pread(fileno(file_), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) std::abort();
+  return text;
+}
+
+CliSession::CliSession(const std::string &topology) : host_(topology) {
+  setenv("TRX_SIM_STATE", host_.stateDirectory().c_str(), 1);
+  setenv("TRX_SIM_TRACE", host_.traceFile().c_str(), 1);
+  pCmdTable = generalCmdTableV1;
+  cmdTableSize = generalCmdTableV1Size();
+  gCurrentAdapter = 0;
+  gSpecificAdapterFlag = 0;
+  g_oneBaseMode = 0;
+  dbg_enable = false;
+  TRX_Init();
+  reload();
+}
+
+CliSession::~CliSession() {
+  TRX_Final();
+  g_pAdInfos.clear();
+  stream = stdout;
+}
+
+void CliSession::reload() {
+  gNumAdaptersFound = TRX_Adapter_GetCount();
+  g_pAdInfos.assign(gNumAdaptersFound, NVME_Adapter_Info{});
+  for (uint8_t i = 0; i < gNumAdaptersFound; ++i) TRX_Adapter_GetSimpleInfo(i, &g_pAdInfos[i]);
+  host_.traffic();
+}
+
+CommandResult CliSession::run(const std::string &line) {
+  std::vector<char> buffer(line.begin(), line.end());
+  buffer.push_back('\0');
+  std::array<char *, kMaxTokens> tokens{};
+  int32_t count = 0;
+  if (!parse(&count, tokens.data(), buffer.data()) || count > kMaxTokens)
+    return {-2, "", "", "unparsable line"};
+
+  Capture standardOutput(STDOUT_FILENO), standardError(STDERR_FILENO);
+  char *text = nullptr;
+  size_t length = 0;
+  stream = open_memstream(&text, &length);
+  int32_t status = cmdDispatcher(count, tokens.data());
+  std::fclose(stream);
+  stream = stdout;
+  CommandResult result{status, std::string(text, length), standardOutput.text(), standardError.text()};
+  std::free(text);
+  return result;
+}
+
+Words CliSession::requests() {
+  Words lines = host_.traffic();
+  for (std::string &line : lines) line = line.substr(0, line.find(" ->"));
+  return lines;
+}
+
+}  // namespace trx::test

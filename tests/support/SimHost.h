@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A simulated host of a test's own: a temporary state directory, programs run in it, and what
+// reached its controllers.
+#ifndef TRX_TESTS_SIM_HOST_H
+#define TRX_TESTS_SIM_HOST_H
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace trx::test {
+
+using Words = std::vector<std::string>;
+
+struct Outcome {
+  int status;  ///< exit status, or 128 + signal
+  std::string out;
+  std::string err;
+};
+
+/// Run a program with these words and this input.
+Outcome runProgram(const Words &words, const std::string &input = {});
+
+class SimHost {
+ public:
+  /// `topology` is the name of a file in sim/topologies (without .json) or a path. The frozen default
+  /// lists the same at any time: its background activities stand still.
+  explicit SimHost(const std::string &topology = "frozen");
+  ~SimHost();
+  SimHost(const SimHost &) = delete;
+  SimHost &operator=(const SimHost &) = delete;
+
+  /// Run trx_cli in this host.
+  Outcome cli(const Words &words, const std::string &input = {});
+
+  /// Run a verb of trx_sim on this host's state.
+  Outcome sim(const std::string &verb, const Words &words = {});
+
+  /// The words that start a program in this host.
+  Words runWords(const Words &program) const;
+
+  /// Exchanges since the last call, a line each, as the simulator traces them.
+  Words traffic();
+
+  /// The protocol violations logged so far; a correct program leaves this empty.
+  std::string violations() const;
+
+  const std::filesystem::path &directory() const { return directory_; }
+  std::filesystem::path traceFile() const { return directory_ / "trace.txt"; }
+  std::filesystem::path stateDirectory() const { return directory_ / "state"; }
+
+ private:
+  std::filesystem::path directory_;
+  size_t traceRead_ = 0;
+};
+
+std::string readFile(const std::filesystem::path &path);
+
+}  // namespace trx::test
+
+#endif  // TRX_TESTS_SIM_HOST_H
