@@ -101,24 +101,26 @@ TEST_F(Flash, ActivatesAVendorImageWithItsCrc) {
 
 TEST_F(Flash, EndsWhereItFails) {
   const Reply bad = {.driverStatus = 5, .sct = 1, .sc = 7};
-  const std::tuple<const char *, Bytes, TRX_U8, TRX_U8, std::vector<Reply>, TRX_U32, const char *> rows[] = {
-      {"segment", goodImage(12288), 1, 0, {{}, bad}, 0x107, "11:3ff:0+4096 11:3ff:400+4096 "},
-      {"segment of a vendor image", goodImage(8192), 1, 1, {bad}, 0x107, "11:3ff:0+4096 "},
-      {"activation", goodImage(4096), 1, 1, {{}, bad}, 0x107, "11:3ff:0+4096 e2:0:0+0 "},
-      {"commit", image(4096), 1, 0, {{}, bad}, 0x107, "11:3ff:0+4096 10:a:0+0 "},
-      {"word sum of a vendor image", image(4096), 1, 1, {}, 1, ""},
-      {"length of a vendor image", goodImage(4096 + 4), 1, 1, {}, 1, ""},
-      {"commit only", {}, 2, 0, {{}}, 0, "10:12:0+0 "},
-      {"commit only, failed", {}, 3, 1, {bad}, 0x107, "10:1a:0+0 "},
-      {"empty image", {}, 1, 0, {{}, {}}, 0, "11:3ff:0+4096 10:a:0+0 "},
-  };
+  const std::tuple<const char *, Bytes, TRX_U8, TRX_U8, std::vector<Reply>, TRX_U32, const char *, TRX_U8>
+      rows[] = {
+          {"segment", goodImage(12288), 1, 0, {{}, bad}, 0x107, "11:3ff:0+4096 11:3ff:400+4096 ", 66},
+          {"segment of a vendor image", goodImage(8192), 1, 1, {bad}, 0x107, "11:3ff:0+4096 ", 50},
+          {"activation", goodImage(4096), 1, 1, {{}, bad}, 0x107, "11:3ff:0+4096 e2:0:0+0 ", 100},
+          {"commit", image(4096), 1, 0, {{}, bad}, 0x107, "11:3ff:0+4096 10:a:0+0 ", 100},
+          {"word sum of a vendor image", image(4096), 1, 1, {}, 1, "", 1},
+          {"length of a vendor image", goodImage(4096 + 4), 1, 1, {}, 1, "", 1},
+          {"commit only", {}, 2, 0, {{}}, 0, "10:12:0+0 ", 100},
+          {"commit only, failed", {}, 3, 1, {bad}, 0x107, "10:1a:0+0 ", 100},
+          {"empty image", {}, 1, 0, {{}, {}}, 0, "11:3ff:0+4096 10:a:0+0 ", 100},
+      };
   start();
-  for (const auto &[what, content, ca, type, replies, status, expected] : rows) {
+  for (const auto &[what, content, ca, type, replies, status, expected, percentage] : rows) {
     platform.commands.clear();
     platform.replies.assign(replies.begin(), replies.end());
     const TemporaryFile file("img.bin", content);
     const NVME_Flash_Result result = run(file.path(), 2, ca, type);
     EXPECT_EQ(result.result, status) << what;
+    EXPECT_EQ(result.percentage, percentage) << what;
     EXPECT_EQ(traffic(), expected) << what;
     EXPECT_TRUE(platform.replies.empty()) << what;
   }
