@@ -3,7 +3,9 @@
 // an unknown option and to a repeated one.
 #include <gmock/gmock.h>
 
+#include <regex>
 #include <set>
+#include <sstream>
 
 #include "CliSession.h"
 #include "Public/common.h"
@@ -149,6 +151,46 @@ TEST(CommandTables, EveryWordIsAsked) {
   for (const WordRow &row : kWords) asked.insert(row.word);
   for (const Command_Info *row : allRows()) words.insert(row->cmd);
   EXPECT_EQ(asked, words);
+}
+
+/// The commands of the manual page in its order, each with the long options that it tells of.
+std::vector<std::pair<std::string, Words>> manualPage() {
+  std::istringstream page(readFile(TRX_TOPOLOGY_DIR "/../../docs/trx_cli.8"));
+  const std::regex item(R"(\.(?:It )?Ic (\S+).*)"), option("Fl Fl (\\S+)");
+  std::vector<std::pair<std::string, Words>> commands;
+  bool headed = false;  // the line before began the head of an item
+  for (std::string line; std::getline(page, line);) {
+    std::smatch found;
+    bool isHead = line.starts_with(".It") || headed;
+    headed = line == ".It Xo";
+    if (!isHead) continue;
+    if (std::regex_match(line, found, item)) {
+      std::string word = found[1] == "\\&?" ? "?" : found[1].str();
+      if (commands.empty() || commands.back().first != word) commands.push_back({word, {}});
+    } else if (!commands.empty()) {
+      for (std::sregex_iterator at(line.begin(), line.end(), option), end; at != end; ++at)
+        commands.back().second.push_back((*at)[1]);
+    }
+  }
+  return commands;
+}
+
+TEST(ManualPage, TellsOfEveryCommandAndNoOther) {
+  Words told, words;
+  for (const auto &[word, options] : manualPage()) told.push_back(word);
+  for (const Command_Info *row : allRows()) words.push_back(row->cmd);
+  std::sort(words.begin() + generalCmdTableV1Size(), words.end());
+  std::sort(told.begin() + std::min<std::ptrdiff_t>(std::ssize(told), generalCmdTableV1Size()), told.end());
+  EXPECT_EQ(told, words);
+}
+
+TEST(ManualPage, TellsOfOptionsThatExist) {
+  CliSession session;
+  for (const auto &[word, options] : manualPage()) {
+    for (const std::string &option : options) {
+      EXPECT_THAT(session.run(word + " --" + option).err, Not(HasSubstr("unrecognized"))) << word;
+    }
+  }
 }
 
 }  // namespace
