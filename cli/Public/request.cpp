@@ -59,6 +59,10 @@ TRX_U32 ControllerRequest::send(TRX_U8 adapter) const {
   return TRX_Adapter_PassthruAdmin(adapter, &record_, nullptr, 0, nullptr, 0);
 }
 
+TRX_U32 ControllerRequest::give(TRX_U8 adapter, const void *data, TRX_U16 length) const {
+  return TRX_Adapter_PassthruAdmin(adapter, &record_, data, length, nullptr, 0);
+}
+
 TRX_U32 ControllerRequest::fetch(TRX_U8 adapter, ControllerReply &reply, TRX_U16 length) const {
   reply.clear();
   return TRX_Adapter_PassthruAdmin(adapter, &record_, nullptr, 0, reply.data(), length);

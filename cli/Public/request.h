@@ -76,6 +76,9 @@ class ControllerRequest {
   /// Send without data. @return the library's status
   TRX_U32 send(TRX_U8 adapter) const;
 
+  /// Send `length` bytes of data to the controller. @return the library's status
+  TRX_U32 give(TRX_U8 adapter, const void *data, TRX_U16 length) const;
+
   /// Clear the reply and fetch up to a page of data into it. @return the library's status alone
   TRX_U32 fetch(TRX_U8 adapter, ControllerReply &reply, TRX_U16 length = TRX_PAGE_SIZE) const;
 
