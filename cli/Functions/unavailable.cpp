@@ -14,8 +14,6 @@ int32_t notAvailable(const Command_Info *row) {
 
 // clang-format off
 int32_t doAdapter(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSmart(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doFlash(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSLog(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSEvent(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSImport(int, char **, const Command_Info *row) { return notAvailable(row); }
@@ -25,7 +23,6 @@ int32_t doSRebuild(int, char **, const Command_Info *row) { return notAvailable(
 int32_t doSDEBUGLV(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSGet(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSSet(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doPassthru(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSPI(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSVD(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSReset(int, char **, const Command_Info *row) { return notAvailable(row); }
@@ -47,8 +44,6 @@ int32_t doMIPassthruRead(int, char **, const Command_Info *row) { return notAvai
 int32_t doMIPassthruWrite(int, char **, const Command_Info *row) { return notAvailable(row); }
 
 const char adapter_help[] = "\nadapter [-h]\n\n";
-const char smart_help[] = "\nsmart [-h]\n\n";
-const char flash_help[] = "\nflash [-h]\n\n";
 const char log_help[] = "\nlog [-h]\n\n";
 const char event_help[] = "\nevent [-h]\n\n";
 const char import_help[] = "\nimport [-h]\n\n";
@@ -58,7 +53,6 @@ const char rebuild_help[] = "\nrebuild [-h]\n\n";
 const char debuglv_help[] = "\ndebuglv [-h]\n\n";
 const char get_help[] = "\nget [-h]\n\n";
 const char set_help[] = "\nset [-h]\n\n";
-const char passthru_help[] = "\npassthru [-h]\n\n";
 const char spi_help[] = "\nspi [-h]\n\n";
 const char vd_help[] = "\nvd [-h]\n\n";
 const char reset_help[] = "\nreset [-h]\n\n";
