@@ -88,8 +88,7 @@ void moveNonOptionsBack(char **argv) {
 
 /// Go to the next word that may be an option. @return false at the end of the options
 bool findWord(const Call &call) {
-  // A call after the end finds these ahead of the index, which stands at the first non-option.
-  scan.firstNonOption = std::min(scan.firstNonOption, optind);
+  // After the end the index stands at the first non-option; a further call scans from there.
   scan.lastNonOption = std::min(scan.lastNonOption, optind);
 
   if (scan.ordering == Ordering::Permute) {

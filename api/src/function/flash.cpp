@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "function/flash.h"
+
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "device/common/DeviceManagement.h"
+#include "function/imagecheck.h"
+#include "function/log.h"
+
+namespace {
+
+constexpr TRX_U16 kSegmentBytes = TRX_PAGE_SIZE;
+constexpr TRX_U8 kGetLogPage = 0x02;
+constexpr TRX_U8 kFirmwareCommit = 0x10;
+constexpr TRX_U8 kFirmwareDownload = 0x11;
+constexpr TRX_U32 kFirmwareSlotLog = 3;
+
+// Commit actions that take an image which is in its slot already (NVMe base standard, CA 2 and 3).
+bool transfersNothing(TRX_U8 ca) { return ca == 2 || ca == 3; }
+
+_Device *nvmeDevice(TRX_U8 adapter) {
+  _DeviceManagement *manager = GetDeviceManagementInstance();
+  _Device *device = manager->getDevice(manager, adapter);
+  return device->getNVMEDevice(device);
+}
+
+// Load the image whole, to check it.
+void checkImage(TRXFileBuffer *file, TRX_U32 length) {
+  const TRX_U8 *data = file->read(file);
+  if (!data && length) {
+    file->m_checksum_ret = 1;  // no memory for it: an image that nobody checked is not good
+    return;
+  }
+  file->m_checksum_ret = checksumResult(data, length);
+  if (file->m_checksum_ret == 0) file->m_crc = crcMake(data, length);
+}
+
+TRX_U32 openImage(TRXFlash *flash, char *path, TRX_U8 adapter) {
+  TRXFileBuffer *file = flash->m_file;
+  file->open_for_read(file, path, file->get_file_length(file));
+  const TRX_U32 length = file->get_file_length(file);
+  file->open_for_read(file, path, length);
+  checkImage(file, length);
+  if (file->open_for_read(file, path, flash->m_segment_size) != 0) return 1;
+  flash->m_d = nvmeDevice(adapter);
+  flash->m_total_size = length;
+  return 0;
+}
+
+void showPercentage(TRXFlash *flash, TRX_U32 offset) {
+  if (flash->m_total_size == 0) {
+    add_log("firmware image file length error %ld .\n", 0L);
+    return;
+  }
+  // 100 is left to the commit. What is over in the last segment of an odd length shows, meant.
+  flash->m_progress->setPercentage(flash->m_progress,
+                                   static_cast<TRX_U8>(_TRX_U64{offset} * 98 / flash->m_total_size + 1));
+}
+
+TRX_U32 sendSegment(TRXFlash *flash, const TRX_U32 (&words)[2], const TRX_U8 *segment) {
+  return flash->m_d->sendCommand(flash->m_d, kFirmwareDownload, 0, words, 2, segment, flash->m_segment_size,
+                                 nullptr, 0);
+}
+
+struct FlashDestructor {
+  void operator()(TRXFlash *flash) const { flash->destructor(flash); }
+};
+
+// Everything but the commit. @return whether the commit is to follow
+bool transfer(TRXFlash *flash, TRXProgressBar *progress) {
+  if (transfersNothing(flash->m_ca) || progress->getResult(progress) != 0) {
+    // Also after an image that could not be opened: the commit has no device then, and fails. Meant.
+    progress->setResult(progress, 0);
+    return true;
+  }
+  if (flash->m_type && flash->m_file && flash->m_file->m_checksum_ret != 0) {
+    progress->setResult(progress, 1);
+    return false;
+  }
+  flash->download(flash);
+  if (flash->m_type && progress->getResult(progress) == 0) flash->sp_active(flash);
+  return progress->getResult(progress) == 0;
+}
+
+void *thread_flash_adapter_nvme(void *argument) {
+  const auto &data = *static_cast<const TRXFlashData *>(argument);
+  TRXProgressBar *progress = progressbar_management_get_instance(data.adapter);
+  const std::unique_ptr<TRXFlash, FlashDestructor> flash(
+      CreateTRXFlashAdapterInstance(data.fs, data.ca, data.type));
+  if (flash) {
+    flash->init(flash.get(), data.file_name, data.adapter);
+  }
+  if (!flash || !flash->m_progress) {
+    progress->setResult(progress, 1);  // no memory to begin with
+  } else if (transfer(flash.get(), progress)) {
+    flash->active(flash.get());
+  }
+  progress->closeThread(progress);
+  return nullptr;
+}
+
+}  // namespace
+
+TRXFlash *CreateTRXFlashAdapterInstance(TRX_U8 fs, TRX_U8 ca, TRX_U8 type) {
+  auto *flash = new (std::nothrow) TRXFlash{};
+  if (!flash) return nullptr;
+  flash->m_file = CreateTRXFileBufferInstance();
+  flash->m_slot = fs;
+  flash->m_ca = ca;
+  flash->m_type = type;
+  flash->m_segment_size = kSegmentBytes;
+  flash->download = TRXFlash_Adapter_download;
+  flash->active = TRXFlash_Adapter_active;
+  flash->sp_active = TRXFlash_Adapter_sp_active;
+  flash->init = TRXFlash_Adapter_init;
+  flash->destructor = TRXFlash_destructor;
+  return flash;
+}
+
+void TRXFlash_Adapter_init(TRXFlash *flash, char *path, TRX_U8 adapter) {
+  TRX_U32 result = 0;
+  if (transfersNothing(flash->m_ca)) {
+    flash->m_d = nvmeDevice(adapter);
+    flash->m_progress = progressbar_management_get_instance(adapter);
+  } else {
+    if (!flash->m_file) return;
+    flash->m_progress = progressbar_management_get_instance(adapter);
+    result = openImage(flash, path, adapter);
+  }
+  flash->m_progress->setResult(flash->m_progress, result);
+  flash->m_progress->setPercentage(flash->m_progress, 1);
+}
+
+void TRXFlash_Adapter_download(TRXFlash *flash) {
+  TRXFileBuffer *file = flash->m_file;
+  TRXProgressBar *progress = flash->m_progress;
+  if (!file || !flash->m_d || !progress) return;
+  const TRX_U8 *segment = nullptr;
+  TRX_U32 status = 0;
+  do {
+    const TRX_U32 words[2] = {flash->m_segment_size / 4u - 1, file->get_offset(file) / 4};
+    segment = file->read(file);
+    status = sendSegment(flash, words, segment);
+    progress->setResult(progress, status);
+    showPercentage(flash, file->get_offset(file));
+    add_log("firmware image download CDW10 0x%x CDW11 0x%x ret %d.\n", words[0], words[1],
+            static_cast<int>(status));
+  } while (segment && status == 0 && file->get_offset(file) < flash->m_total_size);
+}
+
+void TRXFlash_Adapter_active(TRXFlash *flash) {
+  TRXProgressBar *progress = flash->m_progress;
+  if (!flash->m_d) {
+    if (progress) progress->setResult(progress, 1);
+    return;
+  }
+  const TRX_U32 word = TRX_U32{flash->m_ca} << 3 | flash->m_slot;
+  const TRX_U32 status =
+      flash->m_d->sendCommand(flash->m_d, kFirmwareCommit, 0, &word, 1, nullptr, 0, nullptr, 0);
+  add_log("firmware active ret %d.\n", static_cast<int>(status));
+  if (!progress) return;
+  progress->setResult(progress, status);
+  progress->setPercentage(progress, 100);
+}
+
+void TRXFlash_Adapter_sp_active(TRXFlash *flash) {
+  TRXProgressBar *progress = flash->m_progress;
+  if (!flash->m_d) {
+    if (progress) progress->setResult(progress, 1);
+    return;
+  }
+  trx_admin_command_format entry{};
+  entry.CDW[0] = TRX_OPCODE_CONTROLLER;
+  entry.CDW[12] = TRX_U32{flash->m_type} << 16 | 0x0BE0;
+  std::memcpy(&entry.CDW[13], "TRX ", sizeof entry.CDW[13]);
+  entry.CDW[15] = flash->m_file->m_crc;
+  entry.cdw_flag = 0xB001;
+  const TRX_U32 status = flash->m_d->sendPassthruAdmin(flash->m_d, &entry, nullptr, 0, nullptr, 0);
+  add_log("firmware sp active ret %d.\n", static_cast<int>(status));
+  progress->setResult(progress, status);
+  progress->setPercentage(progress, 100);
+}
+
+void TRXFlash_query(TRXFlash *flash) {
+  if (flash->m_has_read_flash_info || !flash->m_d) return;
+  alignas(TRX_PAGE_SIZE) TRX_U8 page[TRX_PAGE_SIZE] = {};
+  flash->m_d->sendCommand(flash->m_d, kGetLogPage, 0, &kFirmwareSlotLog, 1, nullptr, 0, page, sizeof page);
+  flash->m_slot = page[0] & 7;
+  flash->m_has_read_flash_info = 1;
+  add_log("Active Slot: %d, segment_size %d\n", flash->m_slot, flash->m_segment_size);
+}
+
+void TRXFlash_destructor(TRXFlash *flash) {
+  if (flash->m_file) flash->m_file->close(flash->m_file);
+  delete flash;
+}
+
+void *(*GetAdapterNvmeFlashAdapterFucntion())(void *) { return thread_flash_adapter_nvme; }

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The prompt: as a person sees it on a terminal, and as a script sees it in a pipe.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "SimHost.h"
+
+namespace trx::test {
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+constexpr char kBanner[] =
+    "CLI Version: 1.0.0.1035   API Version: 1.0.0.1035\nWelcome to NVMe Command Line Interface.\n\n";
+
+/// trx_cli on a terminal of its own.
+class Terminal {
+ public:
+  explicit Terminal(const SimHost &host) {
+    Words words = host.runWords({TRX_CLI_PATH});
+    pid_ = forkpty(&descriptor_, nullptr, nullptr, nullptr);
+    if (pid_ == 0) {
+      setenv("TERM", "xterm", 1);
+      std::vector<char *> argv;
+      for (std::string &word : words) argv.push_back(word.data());
+      argv.push_back(nullptr);
+      execv(argv[0], argv.data());
+      _exit(127);
+    }
+  }
+  ~Terminal() { close(descriptor_); }
+
+  void type(const std::string &keys) {
+    ASSERT_EQ(write(descriptor_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+  }
+
+  /// Everything shown until `text` was; carriage returns left out.
+  std::string readUntil(const std::string &text) {
+    std::string shown;
+    while (shown.find(text) == std::string::npos) {
+      pollfd ready{descriptor_, POLLIN, 0};
+      char piece[1024];
+      if (poll(&ready, 1, 20000) != 1) break;
+      ssize_t got = read(descriptor_, piece, sizeof piece);
+      if (got <= 0) break;
+      for (ssize_t i = 0; i < got; ++i) {
+        if (piece[i] != '\r') shown += piece[i];
+      }
+    }
+    return shown;
+  }
+
+  int wait() {
+    int status = -1;
+    waitpid(pid_, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+
+ private:
+  int descriptor_ = -1;
+  pid_t pid_ = -1;
+};
+
+TEST(Shell, OnATerminal) {
+  SimHost host;
+  Terminal terminal(host);
+  EXPECT_EQ(terminal.readUntil("> "), std::string(kBanner) + "> ");
+
+  terminal.type("\x04");  // Ctrl-D does not end it
+  terminal.type("version\n");
+  std::string shown = terminal.readUntil("API Version: 1.0.0.1035\n> ");
+  EXPECT_THAT(shown, HasSubstr("Support Firmware Version: 1.0.0.1029 above\n"));
+  EXPECT_THAT(shown, Not(HasSubstr("\x1b[?2004")));
+
+  terminal.type("\x1b[A\n");  // the line before, from the history
+  EXPECT_THAT(terminal.readUntil("API Version: 1.0.0.1035\n> "), HasSubstr("Support Firmware Version"));
+
+  terminal.type("EXIT\n");
+  terminal.readUntil("\x01");
+  EXPECT_EQ(terminal.wait(), 0);
+}
+
+TEST(Shell, InAPipe) {
+  SimHost host;
+  const struct {
+    const char *input;
+    const char *output;
+  } rows[] = {
+      {"\n", "Type 'exit' to exit CLI.\n"},
+      {"\"\n", "Invalid quoted string.\n"},
+      {"nonsense\nexit\nversion\n", "Invalid command 'nonsense'!\n"},
+      {"info -o vd -i 99\n", "\nUnable to get info of VD\n"},
+  };
+  for (const auto &row : rows) {
+    Outcome outcome = host.cli({}, row.input);
+    EXPECT_THAT(outcome.out, StartsWith(kBanner)) << row.input;
+    EXPECT_THAT(outcome.out, HasSubstr(row.output)) << row.input;
+    EXPECT_THAT(outcome.out, Not(HasSubstr("Support Firmware"))) << "nothing runs after exit";
+    EXPECT_THAT(outcome.out, Not(HasSubstr("\x1b"))) << row.input;
+    EXPECT_EQ(outcome.status, 0) << row.input;
+  }
+
+  std::string many;
+  for (int i = 0; i < 65; ++i) many += "help ";
+  EXPECT_THAT(host.cli({}, many + "\n").out, HasSubstr("Too many words in the line (at most 64).\n"));
+
+  EXPECT_EQ(host.cli({}, std::string(2047, 'x') + "\n").status, 0);
+  Outcome tooLong = host.cli({}, std::string(2048, 'x') + "\n");
+  EXPECT_EQ(tooLong.status, 128 + SIGABRT);
+  EXPECT_THAT(tooLong.err, HasSubstr("too long"));
+}
+
+}  // namespace
+}  // namespace trx::test

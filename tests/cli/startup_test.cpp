@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The entry: adapter ID, -output, what start-up sends, and hosts without adapters.
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+#include "SimHost.h"
+
+namespace trx::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+constexpr char kVersion[] =
+    "Support Firmware Version: 1.0.0.1029 above\nCLI Version: 1.0.0.1035\nAPI Version: 1.0.0.1035\n";
+
+/// Opcode and CDW12 of a traced exchange, and the adapter it went to.
+std::string brief(const std::string &line) {
+  auto field = [&](const std::string &name) {
+    size_t at = line.find(name);
+    return line.substr(at, line.find(' ', at) - at);
+  };
+  if (line.find("admin op=") == std::string::npos) return line.substr(0, line.find(" ->"));
+  return line.substr(0, line.find(' ')) + " " + field("op=") + " " + field("cdw12=");
+}
+
+TEST(Startup, SendsTwoIdentificationsPerAdapterThenASummaryEach) {
+  SimHost host;
+  EXPECT_EQ(host.cli({"version"}).out, kVersion);
+  Words sent;
+  for (const std::string &line : host.traffic()) sent.push_back(brief(line));
+  EXPECT_THAT(
+      sent, ElementsAre("global list", "vmhba2 op=6 cdw12=0", "vmhba2 op=e2 cdw12=e0", "vmhba3 op=6 cdw12=0",
+                        "vmhba3 op=e2 cdw12=e0", "vmhba2 op=e2 cdw12=e0", "vmhba3 op=e2 cdw12=e0"));
+  EXPECT_EQ(host.violations(), "");
+}
+
+TEST(Startup, GrowsByThreeExchangesPerAdapter) {
+  SimHost host("adapters33");
+  EXPECT_EQ(host.cli({"version"}).out, kVersion);
+  EXPECT_EQ(host.traffic().size(), 1u + 3 * 33);
+}
+
+TEST(Startup, TakesAnAdapterId) {
+  SimHost host;
+  const struct {
+    Words words;
+    int status;
+    const char *out;
+  } rows[] = {
+      {{"1", "version"}, 0, kVersion},
+      {{"0", "version"}, 0, kVersion},
+      {{"", "version"}, 0, kVersion},
+      {{"256", "version"}, 0, kVersion},
+      {{"2", "version"}, 0, "Adapter ID 2 is not exist\n"},
+      {{"258", "version"}, 0, "Adapter ID 2 is not exist\n"},
+      {{"4294967295", "version"}, 0, "Adapter ID -1 is not exist\n"},
+      {{"4294967296", "version"}, 0, "Adapter ID 0 is not exist\n"},
+      {{"99999999999999999999", "version"}, 0, "Adapter ID -1 is not exist\n"},
+      {{"1x", "version"}, 1, "Invalid command '1x'!\n"},
+  };
+  for (const auto &row : rows) {
+    Outcome outcome = host.cli(row.words);
+    EXPECT_EQ(outcome.out, row.out) << row.words[0];
+    EXPECT_EQ(outcome.status, row.status) << row.words[0];
+  }
+  EXPECT_THAT(host.cli({"1", "info", "-o", "hba"}).out,
+              HasSubstr("Device:                              vmhba3\n"));
+}
+
+TEST(Startup, RedirectsOutput) {
+  SimHost host;
+  std::string file = host.directory() / "out.txt";
+  EXPECT_EQ(host.cli({"version", "-output", file}).out, "");
+  EXPECT_EQ(host.cli({"-OUTPUT", file, "version"}).status, 1) << "the option's word is the command then";
+  EXPECT_EQ(host.cli({"version", "-OUTPUT", file, "-output", "/nonexistent/x"}).status, 0);
+  EXPECT_EQ(readFile(file), std::string(kVersion) + "Invalid command '-\001utput'!\n" + kVersion);
+
+  EXPECT_EQ(host.cli({"version", "-output"}).status, 1) << "the last word is never looked at";
+  EXPECT_EQ(host.cli({"version", "--output", file}).out, kVersion) << "accepted, and ignored";
+
+  host.traffic();
+  Outcome refused = host.cli({"info", "-o", "hba", "-output", "/nonexistent/x"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(refused.out, "");
+  EXPECT_EQ(refused.err, "Unable to open output file '/nonexistent/x': No such file or directory\n");
+  EXPECT_THAT(host.traffic(), ElementsAre());
+
+  Outcome full = host.cli({"help", "-output", "/dev/full"});
+  EXPECT_EQ(full.status, 1);
+  EXPECT_THAT(full.err, HasSubstr("could not be written: No space left on device"));
+}
+
+TEST(Startup, WithoutAdaptersOnlyHelpAndVersionRun) {
+  SimHost unsupported("unsupported");
+  const std::string none = "No NVMe Controller is found.\n";
+  EXPECT_EQ(unsupported.cli({"version"}).out, none + kVersion);
+  EXPECT_THAT(unsupported.cli({"help"}).out, StartsWith(none + "\nLegend: "));
+  for (const char *word : {"HELP", "?", "info", "nonsense"}) {
+    Outcome outcome = unsupported.cli({word});
+    EXPECT_EQ(outcome.out, none) << word;
+    EXPECT_EQ(outcome.status, 0) << word;
+  }
+  Outcome shell = unsupported.cli({}, "version\n");
+  EXPECT_EQ(
+      shell.out,
+      none +
+          "CLI Version: 1.0.0.1035   API Version: 1.0.0.1035\nWelcome to NVMe Command Line Interface.\n\n");
+  EXPECT_EQ(shell.status, 0);
+
+  Outcome bare = runProgram({TRX_CLI_PATH, "version"});
+  EXPECT_EQ(bare.out, "Failed to initialize NVMe." + none + kVersion) << "no platform library at all";
+  EXPECT_EQ(bare.status, 0);
+}
+
+TEST(Startup, GoesOnWhenASummaryCannotBeRead) {
+  SimHost host;
+  // The third controller information request is the first adapter's summary.
+  ASSERT_EQ(host.sim("fault", {"add", "--opcode", "0xe2", "--code", "0xe0", "--nth", "3", "--nvme", "0x006"})
+                .status,
+            0);
+  Outcome outcome = host.cli({"version"});
+  EXPECT_THAT(
+      outcome.out,
+      HasSubstr("\nUnable to get info of NVMe Controller\n\nUnable to get info of NVMe Controller 0\n"));
+  EXPECT_EQ(outcome.status, 0);
+}
+
+}  // namespace
+}  // namespace trx::test
