@@ -13,20 +13,14 @@ int32_t notAvailable(const Command_Info *row) {
 }  // namespace
 
 // clang-format off
-int32_t doAdapter(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSLog(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSEvent(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSImport(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSINIT(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSMP(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSRebuild(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSDEBUGLV(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSGet(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSSet(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSPI(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSVD(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSReset(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSLed(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSVPD(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSDUMPHBA(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSGPIO(int, char **, const Command_Info *row) { return notAvailable(row); }
@@ -34,29 +28,19 @@ int32_t doSNS(int, char **, const Command_Info *row) { return notAvailable(row);
 int32_t doVPDRead(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doGen(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSReg(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSKXF(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSProtect(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSi2c(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSpcie(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSSRIOV(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doHotkey(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doMIPassthruRead(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doMIPassthruWrite(int, char **, const Command_Info *row) { return notAvailable(row); }
 
-const char adapter_help[] = "\nadapter [-h]\n\n";
 const char log_help[] = "\nlog [-h]\n\n";
 const char event_help[] = "\nevent [-h]\n\n";
 const char import_help[] = "\nimport [-h]\n\n";
 const char init_help[] = "\ninit [-h]\n\n";
 const char mp_help[] = "\nmp [-h]\n\n";
 const char rebuild_help[] = "\nrebuild [-h]\n\n";
-const char debuglv_help[] = "\ndebuglv [-h]\n\n";
-const char get_help[] = "\nget [-h]\n\n";
-const char set_help[] = "\nset [-h]\n\n";
 const char spi_help[] = "\nspi [-h]\n\n";
 const char vd_help[] = "\nvd [-h]\n\n";
-const char reset_help[] = "\nreset [-h]\n\n";
-const char led_help[] = "\nled [-h]\n\n";
 const char vpd_help[] = "\nvpd [-h]\n\n";
 const char dumphba_help[] = "\ndumphba [-h]\n\n";
 const char gpio_help[] = "\ngpio [-h]\n\n";
@@ -64,12 +48,8 @@ const char ns_help[] = "\nns [-h]\n\n";
 const char vpdread_help[] = "\nvpdread [-h]\n\n";
 const char gen_help[] = "\ngen [-h]\n\n";
 const char reg_help[] = "\nreg [-h]\n\n";
-const char kxf_help[] = "\nkxf [-h]\n\n";
-const char protect_help[] = "\nprotect [-h]\n\n";
 const char i2c_help[] = "\ni2c [-h]\n\n";
 const char pcie_help[] = "\npcie [-h]\n\n";
-const char sriov_help[] = "\nsriov [-h]\n\n";
-const char hotkey_help[] = "\nhotkey [-h]\n\n";
 const char mi_passthruread_help[] = "\nmi_passthruread [-h]\n\n";
 const char mi_passthruwrite_help[] = "\nmi_passthruwrite [-h]\n\n";
 // clang-format on

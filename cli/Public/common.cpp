@@ -132,10 +132,16 @@ bool complain(const char *format, ...) {
   return false;
 }
 
-void complainDuplicate() { std::fputs(ErrorDuplicate, stream); }
-
-void complainRequired(const char *command, char letter) {
-  std::fprintf(stream, OptionRequired, command, letter);
+int32_t complainDuplicate() {
+  std::fputs(ErrorDuplicate, stream);
+  return 1;
 }
+
+int32_t complainRequired(const char *command, char letter, int32_t result) {
+  std::fprintf(stream, OptionRequired, command, letter);
+  return result;
+}
+
+int32_t refuseJbof() { return std::fprintf(stream, "This feature is not support JBOF.\n"); }
 
 }  // namespace trx

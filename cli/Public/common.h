@@ -89,10 +89,16 @@ void printHelp(const Command_Info *row);
 [[gnu::format(printf, 1, 2)]] bool complain(const char *format, ...);
 
 /// "Duplicated option specified.\n"
-void complainDuplicate();
+/// @return 1
+int32_t complainDuplicate();
 
 /// "%s: option -%c is required\n"
-void complainRequired(const char *command, char letter);
+/// @return `result`, which some commands have as 0
+int32_t complainRequired(const char *command, char letter, int32_t result = 1);
+
+/// "This feature is not support JBOF.\n"
+/// @return the number of characters written, 34. This is meant.
+int32_t refuseJbof();
 
 }  // namespace trx
 

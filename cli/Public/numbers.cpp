@@ -23,6 +23,11 @@ std::optional<int32_t> userId(const char *text) {
   return value;
 }
 
+std::optional<int32_t> zeroBasedId(const char *text) {
+  std::optional<int32_t> id = userId(text);
+  return id && *id >= 0 ? id : std::nullopt;
+}
+
 std::optional<uint64_t> hexOrDecimal(const char *text) {
   if (std::strstr(text, "0x")) return std::strtoull(text, nullptr, 16);
   if (!isNumber(text)) return std::nullopt;

@@ -16,6 +16,9 @@ std::optional<int32_t> decimal(const char *text);
 /// Nothing for text that is not all digits; negative for an id below the first one.
 std::optional<int32_t> userId(const char *text);
 
+/// `userId`, and nothing for an id below the first one either.
+std::optional<int32_t> zeroBasedId(const char *text);
+
 /// A number of up to 64 bits: hexadecimal when the text contains "0x" anywhere, else decimal.
 /// Nothing for other text.
 std::optional<uint64_t> hexOrDecimal(const char *text);

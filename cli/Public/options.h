@@ -7,9 +7,10 @@
 #define TRX_CLI_OPTIONS_H
 
 #include <strings.h>
+
 #include <array>
 #include <cstdint>
-
+#include <optional>
 #include <span>
 
 #include "Public/common.h"
@@ -87,6 +88,28 @@ inline Parsed parseNoOptions(int argc, char **argv, const Command_Info *row, Hel
   return detail::parseOptions(argc, argv, row, {}, help, nullptr, nullptr);
 }
 
+/// The same, and the ends that most commands have in common: no words at all give the help and 1,
+/// asking for the help 0, a wrong option `onError`.
+/// @return the command's result; nothing when it goes on
+template <typename Options, size_t N>
+std::optional<int32_t> readOptions(int argc, char **argv, const Command_Info *row,
+                                   const OptionRow<Options> (&rows)[N], Options &into, int32_t onError) {
+  if (argc == 1) {
+    printHelp(row);
+    return 1;
+  }
+  switch (parseOptions(argc, argv, row, rows, into)) {
+    case Parsed::Complete:
+      return std::nullopt;
+    case Parsed::Help:
+      return 0;
+    case Parsed::OptionError:
+    case Parsed::ParserError:
+      break;
+  }
+  return onError;
+}
+
 /// The value of an option, and how often it was given.
 template <typename T>
 struct Counted {
@@ -100,6 +123,8 @@ struct Counted {
     ++count;
     return true;
   }
+  /// `set`, if there is a value. @return whether there is
+  bool take(std::optional<T> to) { return to && set(*to); }
 };
 
 /// Whether any of these options was given more than once.
@@ -126,6 +151,13 @@ bool choose(T &into, const char *text, const Word<T> (&words)[N]) {
     }
   }
   return false;
+}
+
+/// The same for an option.
+template <typename T, size_t N>
+bool choose(Counted<T> &into, const char *text, const Word<T> (&words)[N]) {
+  ++into.count;
+  return choose(into.value, text, words);
 }
 
 }  // namespace trx

@@ -74,4 +74,10 @@ TRX_U32 ControllerRequest::ask(TRX_U8 adapter, ControllerReply &reply) const {
   return reply.isSigned() && arrived ? reply.cmdStatus() : 1;
 }
 
+int32_t sendAndTell(const ControllerRequest &request, const OutcomeLines &lines, const char *word) {
+  TRX_U32 status = request.trace().send(gCurrentAdapter);
+  std::fprintf(stream, status == 0 ? lines.success : lines.failure, word);
+  return static_cast<int32_t>(status);
+}
+
 }  // namespace trx

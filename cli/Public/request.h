@@ -91,6 +91,16 @@ class ControllerRequest {
   trx_admin_command_format record_{};
 };
 
+/// What a command says when its request is done; either line may hold a "%s" for a word.
+struct OutcomeLines {
+  const char *success;
+  const char *failure;
+};
+
+/// Trace a request, send it to the current adapter and print how it went.
+/// @return the library's status
+int32_t sendAndTell(const ControllerRequest &request, const OutcomeLines &lines, const char *word = "");
+
 }  // namespace trx
 
 #endif  // TRX_CLI_REQUEST_H

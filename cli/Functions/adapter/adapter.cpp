@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Which adapter the commands of an interactive shell act on.
+#include <array>
+#include <cstring>
+
+#include "Functions/handlers.h"
+#include "Public/numbers.h"
+#include "Public/options.h"
+#include "trx/trx_api.h"
+
+namespace trx {
+
+const char adapter_help[] = R"(
+adapter [-i <NVMe Controller ID> | -s <bus slot> | --list]
+
+Options:
+    -i, --id <NVMe Controller ID>
+        NVMe Controller that the following commands refer to.
+    -s, --slot <bus slot>
+        The same, chosen by its PCI location bus:slot.func, at most 12
+        characters.
+    --list
+        Display the number of NVMe Controllers and the current one.
+    -h, --help
+
+Examples:
+    adapter -i 1
+    The following commands refer to NVMe Controller 1.
+
+    adapter -s 03:00.00
+    The following commands refer to the NVMe Controller at 03:00.00.
+
+    adapter --list
+    Display the number of NVMe Controllers and the current one.
+
+)";
+
+namespace {
+
+constexpr size_t kSlotLength = 12;
+
+struct Options {
+  Counted<int32_t> id;  ///< zero-based
+  Counted<std::array<char, 32>> slot;
+  Counted<bool> list;
+};
+
+bool readId(Options &o, const char *text) {
+  constexpr char kInvalid[] = "-i : invalid NVMe Controller id '%s'\n";
+  std::optional<int32_t> typed = decimal(text);
+  if (!typed) return complain(kInvalid, text);
+  int32_t id = *typed - g_oneBaseMode;
+  if (id >= gNumAdaptersFound) return complain("NVMe Controller %d does not exist.\n", *typed);
+  if (id < 0) return complain(kInvalid, text);
+  o.id.set(id);
+  // Said before the rest of the line is read, and also when nothing comes of it. This is meant.
+  std::fprintf(stream, "NVMe Controller %d set as default CLI commands refers to.\n", *typed);
+  return true;
+}
+
+bool readSlot(Options &o, const char *text) {
+  size_t length = std::strlen(text);
+  if (length > kSlotLength) {
+    return complain("-s : length of slot should be no more than %d characters\n",
+                    static_cast<int>(kSlotLength));
+  }
+  o.slot.set({});
+  noQuoteStrncpy(o.slot.value.data(), text, length);
+  return true;
+}
+
+constexpr OptionRow<Options> kOptions[] = {
+    {"id", 'i', Argument::Required, readId},
+    {"slot", 's', Argument::Required, readSlot},
+    // -l asks for an argument that nobody looks at, --list takes none. This is meant.
+    {"list", 'l', Argument::NoneWhenLong, [](Options &o, const char *) { return o.list.set(true); }},
+};
+
+int32_t listAdapters() {
+  gNumAdaptersFound = TRX_Adapter_GetCount();
+  std::fprintf(stream, "Total number of NVMe Controllers: %d\n", gNumAdaptersFound);
+  std::fprintf(stream, "Current default NVMe Controller ID for CLI commands: %d\n",
+               gCurrentAdapter + g_oneBaseMode);
+  return 0;
+}
+
+void chooseBySlot(const char *slot) {
+  TRX_U8 found = 0;
+  if (!findAdapterId(slot, &found)) {
+    std::fprintf(stream, "%s is not NVMe Controller\n", slot);
+    return;
+  }
+  std::fprintf(stream, "new NVMe Controller id : %d\n", found + g_oneBaseMode);
+  gCurrentAdapter = found;
+}
+
+}  // namespace
+
+int32_t doAdapter(int argc, char **argv, const Command_Info *row) {
+  Options o;
+  if (auto end = readOptions(argc, argv, row, kOptions, o, 1)) return *end;
+  if (anyRepeated(o.id, o.slot, o.list)) return complainDuplicate();
+  // The listing wins: -i is confirmed and then dropped. This is meant.
+  if (o.list.given()) return listAdapters();
+  if (o.slot.given()) {
+    if (o.id.given()) {
+      std::fputs("argument '-i' and '-s' not allow use in the same time.\n", stream);
+      return 1;
+    }
+    chooseBySlot(o.slot.value.data());
+  } else if (o.id.given()) {
+    gCurrentAdapter = static_cast<uint8_t>(o.id.value);
+  }
+  return 0;
+}
+
+}  // namespace trx
