@@ -44,7 +44,9 @@ NVME_Version_Info versionOf(const std::string &text) {
 
 ImagePlan planOf(const std::vector<std::string> &words) {
   if (words.empty()) throw UsageError("image: say which file to write");
-  ImagePlan plan{.path = words[0], .version = versionOf("1.0.0.1")};
+  ImagePlan plan;
+  plan.path = words[0];
+  plan.version = versionOf("1.0.0.1");
   for (size_t i = 1; i < words.size(); ++i) {
     if (words[i] == "--bad-sum") {
       plan.badSum = true;

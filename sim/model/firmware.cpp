@@ -46,6 +46,12 @@ void activate(FirmwareSlots &slots, uint8_t slot) {
 
 }  // namespace
 
+std::string revisionText(const NVME_Version_Info &version) {
+  std::string text = std::to_string(version.MajorVersion) + "." + std::to_string(version.MinorVersion) + "." +
+                     std::to_string(version.BuildNumber);
+  return text.substr(0, 8);
+}
+
 uint32_t wordSum(std::span<const uint8_t> image) {
   uint32_t sum = 0;
   for (size_t at = 0; at + 4 <= image.size(); at += 4) {
@@ -81,7 +87,7 @@ void StagedImage::discard() { unlink(path_.c_str()); }
 StagedImage stagedImage(const Session &session) { return StagedImage(session.sideFile("image")); }
 
 StagedImage stagedImage(const Session &session, const Disk &disk) {
-  return StagedImage(session.sideFile("image-disk" + std::to_string(disk.id)));
+  return StagedImage(session.sideFile("disk" + std::to_string(disk.id) + ".image"));
 }
 
 void discardStagedImages(const Session &session) {

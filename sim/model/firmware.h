@@ -16,6 +16,9 @@ struct ImageHead {
 static_assert(sizeof(ImageHead) == 24);
 constexpr std::string_view kImageMagic = "TRXIMAGE";
 
+/// The revision text that goes with a version: major, minor and build, cut to 8 characters.
+std::string revisionText(const NVME_Version_Info &version);
+
 /// Sum of the 32-bit words; bytes past the last whole word do not count.
 uint32_t wordSum(std::span<const uint8_t> image);
 
