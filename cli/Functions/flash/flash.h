@@ -36,6 +36,10 @@ int32_t updateHdFlash(TRX_U8 adapter, const std::string &path, TRX_U32 disk, TRX
 /// Whose slots are shown.
 enum class SlotOwner { Controller, Disk };
 
+/// The two lines of the slot information, on standard output.
+void printSlotCount(const TRX_ID_CONTROLLER &identity);
+void printActiveSlots(const TRX_FIRMWARE_SLOT_INFO_LOG &log);
+
 /// Print the number of firmware slots, the active one and the next one, on standard output. A
 /// controller's are those of the current adapter, whatever `adapter` says: this is meant.
 void showSlotInfo(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk);

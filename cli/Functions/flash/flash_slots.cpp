@@ -44,22 +44,27 @@ TRX_U32 slotLog(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk, ControllerReply &
 
 }  // namespace
 
+void printSlotCount(const TRX_ID_CONTROLLER &identity) {
+  // FRMW: bits 3:1 count the slots, bit 0 says that the first is read-only.
+  std::printf("Slot count: %d\n", identity.FRMW >> 1 & 7);
+}
+
+void printActiveSlots(const TRX_FIRMWARE_SLOT_INFO_LOG &log) {
+  std::printf("Active Slot: %d, Next Active Slot: %d\n", log.AFI.ActiveSlot, log.AFI.PendingActivateSlot);
+}
+
 void showSlotInfo(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk) {
   ControllerReply reply;
   if (identify(adapter, owner, disk, reply) != 0) {
     std::fputs("Get Firmware Slot Count Fail", stdout);
     return;
   }
-  // FRMW: bits 3:1 count the slots, bit 0 says that the first is read-only.
-  auto identity = reply.page().at<TRX_ID_CONTROLLER>(0);
-  std::printf("Slot count: %d\n", identity.FRMW >> 1 & 7);
-
+  printSlotCount(reply.page().at<TRX_ID_CONTROLLER>(0));
   if (slotLog(adapter, owner, disk, reply) != 0) {
     std::fputs("Get Firmware Slot Information Fail", stdout);
     return;
   }
-  auto log = reply.page().at<TRX_FIRMWARE_SLOT_INFO_LOG>(0);
-  std::printf("Active Slot: %d, Next Active Slot: %d\n", log.AFI.ActiveSlot, log.AFI.PendingActivateSlot);
+  printActiveSlots(reply.page().at<TRX_FIRMWARE_SLOT_INFO_LOG>(0));
 }
 
 }  // namespace trx
