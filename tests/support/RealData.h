@@ -12,9 +12,9 @@
 
 namespace trx::test {
 
-inline std::filesystem::path realData() {
+inline std::filesystem::path realData(const char *name) {
   const char *given = std::getenv("TRX_REAL_DATA");
-  return given ? given : TRX_REAL_DATA_DEFAULT;
+  return std::filesystem::path(given ? given : TRX_REAL_DATA_DEFAULT) / name;
 }
 
 inline nlohmann::json readJson(const std::filesystem::path &path) {
@@ -24,10 +24,8 @@ inline nlohmann::json readJson(const std::filesystem::path &path) {
 /// The record at the beginning of a file.
 template <typename Record>
 Record readRecord(const std::filesystem::path &path) {
-  std::string bytes = readFile(path);
-  bytes.resize(sizeof(Record));
-  Record record;
-  bytes.copy(reinterpret_cast<char *>(&record), sizeof record);
+  Record record{};
+  readFile(path).copy(reinterpret_cast<char *>(&record), sizeof record);
   return record;
 }
 
