@@ -33,7 +33,9 @@ constexpr Verb kVerbs[] = {
     {"show",    "[--state DIR]", "prints the whole state", showHost},
     {"fault",   "[--state DIR] add WORD... | list | clear", "arms faults, lists or disarms them", faultVerb},
     {"advance", "[--state DIR] SECONDS", "moves the clock of a host whose clock stands still", advanceVerb},
-    {"restart", "[--state DIR]", "shuts the simulated host down and starts it again", restartVerb},
+    {"restart", "[--state DIR]", "cycles the power: what waits for a reset happens", restartVerb},
+    {"image",   "FILE [--size BYTES] [--version A.B.C.D] [--revision TEXT] [--bad-sum]",
+                "writes a firmware image for a controller or a disk", imageVerb},
     {"lspci",   "[--state DIR]", "prints the simulated adapters as the host's lspci does", printLspci},
     {"help",    "", "prints this", printHelp},
 };
