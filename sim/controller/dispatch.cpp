@@ -24,6 +24,8 @@ constexpr Opcode kOpcodes[] = {
     {0x02, "Get Log Page",         runGetLogPage,          dwords(10),  NsidRule::ZeroOrAll, false},
     {0x06, "Identify",             runIdentify,            dwords(10),  NsidRule::Any,       false},
     {0x15, "Namespace Attachment", runNamespaceAttachment, dwords(10),  NsidRule::Any,       false},
+    {0x1D, "NVMe-MI Send",         runMiSend,              dwords(11),  NsidRule::Zero,      false},
+    {0x1E, "NVMe-MI Receive",      runMiReceive,           0,           NsidRule::Zero,      false},
     {0xCB, "pair send",            runPairSend,            kAllDwords,  NsidRule::Zero,      false},
     {0xCE, "pair receive",         runPairReceive,         kAllDwords,  NsidRule::Zero,      false},
     {0xE2, "controller function",  runDirectFunction,      kAllDwords,  NsidRule::Zero,      false},

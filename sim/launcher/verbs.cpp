@@ -31,6 +31,8 @@ constexpr Verb kVerbs[] = {
     {"show",    "[--state DIR]", "prints the whole state", showHost},
     {"fault",   "[--state DIR] add WORD... | list | clear", "arms faults, lists or disarms them", faultVerb},
     {"advance", "[--state DIR] SECONDS", "moves the clock of a host whose clock stands still", advanceVerb},
+    {"pcie",    "[--state DIR] ADAPTER DISK ok|timeout|retry|unsupported|abort|stuck",
+                "says how a disk answers reads of its PCIe configuration space", pcieVerb},
     {"lspci",   "[--state DIR]", "prints the simulated adapters as the host's lspci does", printLspci},
     {"help",    "", "prints this", printHelp},
 };
