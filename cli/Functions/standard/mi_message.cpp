@@ -70,6 +70,11 @@ bool openOutput(MiOptions &o, const char *text) {
   return o.file.set(true) && o.data.openOrComplain(pathArgument(text), "wb");
 }
 
+int32_t printBareHelp(const Command_Info *row) {
+  std::fprintf(stream, "%s%s", row->cmdShortHelp, row->cmdHelp);
+  return 1;
+}
+
 bool exceeds(const MiOptions &o, TRX_U32 end) { return uint64_t{o.offset.value} + o.length.value > end; }
 
 void traceRequest(const MiOptions &o) {

@@ -85,6 +85,11 @@ inline constexpr OptionRow<MiOptions> kMiLength{"datalen", 'l', Argument::Requir
 inline constexpr OptionRow<MiOptions> kMiOutputFile{"outputfile", 'f', Argument::Required, openOutput};
 // clang-format on
 
+/// What the pass-through commands answer to a line without any words: short help and help without
+/// "Description", unlike the other commands. This is meant.
+/// @return 1
+int32_t printBareHelp(const Command_Info *row);
+
 /// Whether offset and length together go beyond `end` bytes.
 bool exceeds(const MiOptions &o, TRX_U32 end);
 

@@ -61,11 +61,7 @@ void printDwords(std::span<const TRX_U8> bytes) {
 }  // namespace
 
 int32_t doMIPassthruRead(int argc, char **argv, const Command_Info *row) {
-  if (argc == 1) {
-    // Without "Description", unlike the other commands. This is meant.
-    std::fprintf(stream, "%s%s", row->cmdShortHelp, row->cmdHelp);
-    return 1;
-  }
+  if (argc == 1) return printBareHelp(row);
   MiOptions o;
   if (auto result = readOptions(argc, argv, row, kOptions, o, 0, ParserErrorHelp::Yes)) return *result;
 
