@@ -8,6 +8,9 @@
 namespace sim {
 namespace {
 
+// Bits of AdapterCore::switches.
+constexpr uint8_t kKxfBit = 1 << 0, kSriovBit = 1 << 2;
+
 void putWord(std::vector<uint8_t> &bytes, size_t offset, uint32_t word) {
   std::memcpy(&bytes[offset], &word, sizeof word);
 }
@@ -49,8 +52,8 @@ std::vector<uint8_t> hbaInfo(const AdapterCore &core) {
                                    kInfoGpioSetDefault};
   for (size_t i = 0; i < std::size(kGpioWords); ++i) putWord(info, kGpioWords[i], core.gpio[i]);
   info[kInfoSpiLog] = core.dumpOn;
-  info[kInfoKxf] = (core.switches & kSwitchKxf) != 0;
-  info[kInfoSriov] = (core.switches & kSwitchSriov) != 0;
+  info[kInfoKxf] = (core.switches & kKxfBit) != 0;
+  info[kInfoSriov] = (core.switches & kSriovBit) != 0;
   info[kInfoVpdTarget] = core.vpdTarget;
   putWord(info, kInfoDebugLevel, core.debugLevel);
   return info;

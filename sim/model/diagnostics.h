@@ -19,9 +19,6 @@ enum InfoOffset : size_t {
   kInfoDebugLevel = 488,  ///< 32-bit word: 1 errors only, 0 normal
 };
 
-/// Bits of AdapterCore::switches.
-enum Switch : uint8_t { kSwitchKxf = 1 << 0, kSwitchProtect = 1 << 1, kSwitchSriov = 1 << 2 };
-
 /// The info structure as it stands, 4096 bytes.
 std::vector<uint8_t> hbaInfo(const AdapterCore &core);
 

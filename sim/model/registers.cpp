@@ -94,7 +94,6 @@ const Disk *target(const Adapter &adapter, uint32_t pcieId) {
 
 uint32_t completionOf(const Disk *disk) {
   if (!disk) return kUnsupportedRequest;
-  if (disk->held) return kTimeout;
   switch (static_cast<PcieCompletion>(disk->completion)) {
     case PcieCompletion::Timeout:
       return kTimeout;
