@@ -22,7 +22,7 @@ enum Pio : uint32_t {
 constexpr uint32_t kConfigRead = 4, kEnable = 1 << 24;
 constexpr uint32_t kFirstBus = 0x90, kFirstPcieId = 2;
 
-// Completion status (PCI Express base specification), and the engine's own time-out.
+// Completion status (PCI Express base standard), and the engine's own time-out.
 enum : uint32_t { kUnsupportedRequest = 1U << 28, kRetry = 2U << 28, kAbort = 4U << 28, kTimeout = 1U << 31 };
 
 template <typename Registers>
@@ -57,7 +57,7 @@ struct ConfigDword {
   uint32_t offset, value;
 };
 
-/// Configuration space of a disk (PCI Express base specification); what is not in the list is 0.
+/// Configuration space of a disk (PCI Express base standard); what is not in the list is 0.
 uint32_t configSpace(const Adapter &adapter, const Disk &disk, uint32_t offset) {
   constexpr uint32_t kDeviceType = 0x5AB0, kNvmeClass = 0x01080200;
   constexpr uint32_t kCompletionTimeout = 1 << 14, kAdvisoryNonFatal = 1 << 13;

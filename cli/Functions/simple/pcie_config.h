@@ -19,7 +19,7 @@ class RegisterAccess {
   virtual void write(TRX_U32 address, TRX_U32 data) = 0;
 };
 
-/// Capability identifiers (PCI Express base specification).
+/// Capability identifiers (PCI Express base standard).
 enum : TRX_U32 {
   kCapabilityPciExpress = 0x10,
   kExtendedCapabilityErrorReporting = 0x01,
