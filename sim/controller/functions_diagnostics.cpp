@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Group 0xE0: registers, info structure, VPD target, GPIO and I2C of the adapter.
+#include <algorithm>
+
 #include "controller/functions.h"
 #include "model/diagnostics.h"
 #include "model/registers.h"
@@ -34,7 +36,9 @@ Answer directGpio(Context &context, const DirectCall &call) {
   const uint32_t words[] = {call.command.dword(13), call.command.dword(14), call.command.dword(15),
                             call.argument};
   if ((words[0] | words[1] | words[2]) & ~kPins) return Fw::InvalidParameter;
-  std::copy(std::begin(words), std::end(words), context.change().core.gpio);
+  AdapterCore &core = context.change().core;
+  std::copy(std::begin(words), std::end(words), core.gpio);
+  if (call.argument == 1) std::copy_n(words, std::size(core.gpioDefault), core.gpioDefault);
   return Fw::Ok;
 }
 

@@ -5,11 +5,10 @@
 #include <cstring>
 #include <numeric>
 
+#include "model/devices.h"
+
 namespace sim {
 namespace {
-
-// Bits of AdapterCore::switches.
-constexpr uint8_t kKxfBit = 1 << 0, kSriovBit = 1 << 2;
 
 void putWord(std::vector<uint8_t> &bytes, size_t offset, uint32_t word) {
   std::memcpy(&bytes[offset], &word, sizeof word);
@@ -52,20 +51,26 @@ std::vector<uint8_t> hbaInfo(const AdapterCore &core) {
                                    kInfoGpioSetDefault};
   for (size_t i = 0; i < std::size(kGpioWords); ++i) putWord(info, kGpioWords[i], core.gpio[i]);
   info[kInfoSpiLog] = core.dumpOn;
-  info[kInfoKxf] = (core.switches & kKxfBit) != 0;
-  info[kInfoSriov] = (core.switches & kSriovBit) != 0;
+  info[kInfoKxf] = (core.switches & kSwitchFlashTool) != 0;
+  info[kInfoSriov] = (core.switches & kSwitchSriov) != 0;
   info[kInfoVpdTarget] = core.vpdTarget;
   putWord(info, kInfoDebugLevel, core.debugLevel);
   return info;
 }
 
 void setDiagnosticDefaults(AdapterCore &core) {
-  constexpr uint32_t kPowerPins = 0x30;
-  std::fill_n(core.gpio, 3, kPowerPins);
+  constexpr uint32_t kFactoryPins = 0x30;  // GPIO 4 and 5, which switch the power
+  std::fill_n(core.gpio, std::size(core.gpioDefault), kFactoryPins);
+  std::fill_n(core.gpioDefault, std::size(core.gpioDefault), kFactoryPins);
   for (int device : {0x50, 0x51, 0x68}) setI2c(core, static_cast<uint8_t>(device));
   std::vector<uint8_t> vpd = factoryVpd(core);
   std::copy_n(vpd.begin(), std::min(vpd.size(), sizeof core.vpd[0]), core.vpd[0]);
   std::fill(std::begin(core.vpd[1]), std::end(core.vpd[1]), uint8_t{0xFF});  // erased flash
+}
+
+void restartDiagnostics(AdapterCore &core) {
+  std::copy(std::begin(core.gpioDefault), std::end(core.gpioDefault), core.gpio);
+  core.miRequestLength = 0;
 }
 
 std::vector<uint8_t> spiFlash(const AdapterCore &core) {

@@ -25,6 +25,9 @@ std::vector<uint8_t> hbaInfo(const AdapterCore &core);
 /// GPIO words, I2C devices and VPD of an adapter as it leaves the factory.
 void setDiagnosticDefaults(AdapterCore &core);
 
+/// What a loss of power does: GPIO pins go to their default, an NVMe-MI answer is lost.
+void restartDiagnostics(AdapterCore &core);
+
 /// Content of the SPI flash area, 4096 bytes, the same at any time.
 std::vector<uint8_t> spiFlash(const AdapterCore &core);
 

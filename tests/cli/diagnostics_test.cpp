@@ -11,6 +11,7 @@ namespace trx::test {
 namespace {
 
 using ::testing::EndsWith;
+using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 struct Row {
@@ -108,6 +109,15 @@ TEST(InfoStructure, ShowsWhatWasSet) {
       {"gpio --func-switch=x", 0, "--func-switch: Function switch range is not correct. \n"},
       {"gpio --set-default=maybe", 0, "--set-default: Set default is not correct \n"},
   });
+}
+
+TEST(InfoStructure, FallsBackToTheDefaultPinsAtARestart) {
+  CliSession session;
+  session.run("gpio --value=0x20 --set-default=yes");
+  session.run("gpio --value=0x40");
+  EXPECT_THAT(session.run("dumphba -a show").out, HasSubstr(gpioWords("0x30", "0x30", "0x40")));
+  session.host().sim("restart");
+  EXPECT_THAT(session.run("dumphba -a show").out, HasSubstr(gpioWords("0x30", "0x30", "0x20")));
 }
 
 TEST(InfoStructure, IsWrittenAsItCame) {
