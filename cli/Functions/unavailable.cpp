@@ -19,19 +19,8 @@ int32_t doSImport(int, char **, const Command_Info *row) { return notAvailable(r
 int32_t doSINIT(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSMP(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSRebuild(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSPI(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSVD(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSVPD(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSDUMPHBA(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSGPIO(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSNS(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doVPDRead(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doGen(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSReg(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSi2c(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSpcie(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doMIPassthruRead(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doMIPassthruWrite(int, char **, const Command_Info *row) { return notAvailable(row); }
 
 const char log_help[] = "\nlog [-h]\n\n";
 const char event_help[] = "\nevent [-h]\n\n";
@@ -39,19 +28,8 @@ const char import_help[] = "\nimport [-h]\n\n";
 const char init_help[] = "\ninit [-h]\n\n";
 const char mp_help[] = "\nmp [-h]\n\n";
 const char rebuild_help[] = "\nrebuild [-h]\n\n";
-const char spi_help[] = "\nspi [-h]\n\n";
 const char vd_help[] = "\nvd [-h]\n\n";
-const char vpd_help[] = "\nvpd [-h]\n\n";
-const char dumphba_help[] = "\ndumphba [-h]\n\n";
-const char gpio_help[] = "\ngpio [-h]\n\n";
 const char ns_help[] = "\nns [-h]\n\n";
-const char vpdread_help[] = "\nvpdread [-h]\n\n";
-const char gen_help[] = "\ngen [-h]\n\n";
-const char reg_help[] = "\nreg [-h]\n\n";
-const char i2c_help[] = "\ni2c [-h]\n\n";
-const char pcie_help[] = "\npcie [-h]\n\n";
-const char mi_passthruread_help[] = "\nmi_passthruread [-h]\n\n";
-const char mi_passthruwrite_help[] = "\nmi_passthruwrite [-h]\n\n";
 // clang-format on
 
 }  // namespace trx

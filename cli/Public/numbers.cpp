@@ -34,4 +34,10 @@ std::optional<uint64_t> hexOrDecimal(const char *text) {
   return std::strtoull(text, nullptr, 10);
 }
 
+std::optional<uint32_t> hexOrDecimalUpTo(uint32_t most, const char *text) {
+  std::optional<uint64_t> value = hexOrDecimal(text);
+  if (!value || *value > most) return std::nullopt;
+  return static_cast<uint32_t>(*value);
+}
+
 }  // namespace trx

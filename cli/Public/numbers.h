@@ -23,6 +23,9 @@ std::optional<int32_t> zeroBasedId(const char *text);
 /// Nothing for other text.
 std::optional<uint64_t> hexOrDecimal(const char *text);
 
+/// The same for a field of 32 bits or fewer. Nothing for a number above `most` either.
+std::optional<uint32_t> hexOrDecimalUpTo(uint32_t most, const char *text);
+
 }  // namespace trx
 
 #endif  // TRX_CLI_NUMBERS_H

@@ -88,12 +88,16 @@ inline Parsed parseNoOptions(int argc, char **argv, const Command_Info *row, Hel
   return detail::parseOptions(argc, argv, row, {}, help, nullptr, nullptr);
 }
 
+/// Whether a command answers a parser error with its help.
+enum class ParserErrorHelp { No, Yes };
+
 /// The same, and the ends that most commands have in common: no words at all give the help and 1,
 /// asking for the help 0, a wrong option `onError`.
 /// @return the command's result; nothing when it goes on
 template <typename Options, size_t N>
 std::optional<int32_t> readOptions(int argc, char **argv, const Command_Info *row,
-                                   const OptionRow<Options> (&rows)[N], Options &into, int32_t onError) {
+                                   const OptionRow<Options> (&rows)[N], Options &into, int32_t onError,
+                                   ParserErrorHelp help = ParserErrorHelp::No) {
   if (argc == 1) {
     printHelp(row);
     return 1;
@@ -103,8 +107,10 @@ std::optional<int32_t> readOptions(int argc, char **argv, const Command_Info *ro
       return std::nullopt;
     case Parsed::Help:
       return 0;
-    case Parsed::OptionError:
     case Parsed::ParserError:
+      if (help == ParserErrorHelp::Yes) printHelp(row);
+      break;
+    case Parsed::OptionError:
       break;
   }
   return onError;

@@ -31,6 +31,8 @@ constexpr Opcode kOpcodes[] = {
     // A person may type any dword for a disk: the disk judges them.
     {0xC2, "disk read",            runDiskRead,            kAllDwords,  NsidRule::Any,       true},
     {0xC3, "disk write",           runDiskWrite,           kAllDwords,  NsidRule::Any,       true},
+    {0x1D, "NVMe-MI Send",         runMiSend,              dwords(11),  NsidRule::Zero,      false},
+    {0x1E, "NVMe-MI Receive",      runMiReceive,           0,           NsidRule::Zero,      false},
     {0xCB, "pair send",            runPairSend,            kAllDwords,  NsidRule::Zero,      false},
     {0xCE, "pair receive",         runPairReceive,         kAllDwords,  NsidRule::Zero,      false},
     {0xE2, "controller function",  runDirectFunction,      kAllDwords,  NsidRule::Zero,      false},

@@ -7,8 +7,8 @@ namespace sim {
 namespace {
 
 using Table = std::span<const Function> (*)();
-constexpr Table kTables[] = {adapterFunctions,   diskFunctions,  volumeFunctions,  activityFunctions,
-                             namespaceFunctions, eventFunctions, settingsFunctions};
+constexpr Table kTables[] = {adapterFunctions, diagnosticFunctions, settingsFunctions,  diskFunctions,
+                             volumeFunctions,  activityFunctions,   namespaceFunctions, eventFunctions};
 
 std::string checkDwords(const Function &function, const Command &command, uint16_t argument) {
   const DirectDoor &door = function.direct;

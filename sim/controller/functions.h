@@ -72,6 +72,7 @@ struct Function {
 
 // One table per family; `functionTables` lists them.
 std::span<const Function> adapterFunctions();
+std::span<const Function> diagnosticFunctions();
 std::span<const Function> diskFunctions();
 std::span<const Function> volumeFunctions();
 std::span<const Function> activityFunctions();

@@ -4,6 +4,7 @@
 #include <bit>
 
 #include "controller/records.h"
+#include "model/diagnostics.h"
 
 namespace sim {
 namespace {
@@ -99,6 +100,9 @@ void runGetLogPage(Context &context, const Command &command, Completion &complet
     }
     case 3:
       completion.data = bytesOf(slotLog(core.firmware));
+      break;
+    case 0xC0:
+      completion.data = spiFlash(core);
       break;
     default:
       return completion.fail(kCommandSpecific, TRX_ILP);

@@ -8,6 +8,8 @@ namespace sim {
 
 void runIdentify(Context &context, const Command &command, Completion &completion);
 void runGetLogPage(Context &context, const Command &command, Completion &completion);
+void runMiSend(Context &context, const Command &command, Completion &completion);
+void runMiReceive(Context &context, const Command &command, Completion &completion);
 void runNamespaceAttachment(Context &context, const Command &command, Completion &completion);
 
 /// Cuts or fills data to what the caller has room for.

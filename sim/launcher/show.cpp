@@ -110,6 +110,8 @@ void showAdapter(const Adapter &adapter, Millis now) {
   std::printf("\n  auto-rebuild %s, activity rate code 0x%x, %.3f%% per second, SPI log %s (%zu bytes)\n",
               core.config.AutoRebuildOn ? "on" : "off", unsigned{core.config.BGARate},
               core.rateMilli / 1000.0, core.dumpOn ? "on" : "off", adapter.spiLog.size());
+  std::printf("  VPD in %s, GPIO 0x%x 0x%x 0x%x%s\n", core.vpdTarget ? "SPI" : "EEPROM", core.gpio[0],
+              core.gpio[1], core.gpio[2], core.gpio[3] ? " (default)" : "");
   showSettings(core);
   showDisks(adapter);
   showVolumes(adapter, now);

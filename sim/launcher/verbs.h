@@ -40,6 +40,7 @@ int faultVerb(const Arguments &arguments);
 int advanceVerb(const Arguments &arguments);
 int restartVerb(const Arguments &arguments);
 int imageVerb(const Arguments &arguments);
+int pcieVerb(const Arguments &arguments);
 int printLspci(const Arguments &arguments);
 
 /// Makes the host of the state directory when there is none, from the topology asked for.

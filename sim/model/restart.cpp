@@ -2,6 +2,7 @@
 #include "model/restart.h"
 
 #include "model/devices.h"
+#include "model/diagnostics.h"
 #include "model/firmware.h"
 
 namespace sim {
@@ -26,6 +27,7 @@ void restart(Adapter &adapter, Millis now) {
   applyPendingSwitches(adapter);
   restartFirmware(adapter, now);
   countPowerCycle(adapter);
+  restartDiagnostics(adapter.core);
 }
 
 }  // namespace sim

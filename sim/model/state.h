@@ -84,6 +84,16 @@ struct SmartBase {
   uint8_t reserved[2];
 };
 
+/// How a disk's PCIe function answers a read of its configuration space.
+enum class PcieCompletion : uint8_t {
+  Ok = 0,
+  Timeout,
+  Retry,
+  Unsupported,
+  Abort,
+  Stuck  ///< nothing comes back, not even a time-out
+};
+
 struct Disk {
   uint16_t id;
   uint8_t present;
@@ -91,7 +101,7 @@ struct Disk {
   uint8_t held;  ///< bits: 0 power off, 1 PERST# asserted
   uint8_t led;   ///< 0 off, 1 on, 2 slow, 3 quick
   uint8_t tooSmallTold;
-  uint8_t reserved;
+  uint8_t completion;  ///< a PcieCompletion: how it answers reads of its configuration space
   char model[40];
   char serial[20];
   uint32_t sectorSize;
@@ -211,8 +221,9 @@ struct AdapterCore {
   uint8_t imageType;          ///< type byte of the vendor activation
   uint8_t linkLed[2][32];     ///< LED action per end point and per root complex
   uint8_t vpd[2][512];        ///< by vpdTarget
-  uint32_t gpio[64];          ///< level words by function switch
-  uint8_t hbaInfo[4096];      ///< the info structure that a dump of the adapter reads
+  uint32_t gpio[4];           ///< GPIO words: function switch, level, value, set-default
+  uint32_t gpioDefault[3];    ///< the first three as they are after a restart
+  uint8_t i2c[32];            ///< bit n: I2C device n answers
   uint8_t miRequest[4096];    ///< the NVMe-MI message whose answer waits
   uint32_t miRequestLength;   ///< 0: none waits
   NVME_Adapter_Time hostTime; /* as last set by the host */

@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "model/diagnostics.h"
 #include "model/firmware.h"
 #include "model/journal.h"
 #include "model/storage.h"
@@ -44,6 +45,11 @@ constexpr std::pair<const char *, uint8_t> kActivities[] = {
     {"rebuild", TRX_NVME_BGA_TYPE_VD_REBUILD}, {"sync", TRX_NVME_BGA_TYPE_VD_SYNC},
     {"media patrol", TRX_NVME_BGA_TYPE_VD_MEDIAPATROL}};
 // clang-format on
+
+constexpr std::pair<const char *, PcieCompletion> kCompletions[] = {
+    {"ok", PcieCompletion::Ok},       {"timeout", PcieCompletion::Timeout},
+    {"retry", PcieCompletion::Retry}, {"unsupported", PcieCompletion::Unsupported},
+    {"abort", PcieCompletion::Abort}, {"stuck", PcieCompletion::Stuck}};
 
 template <typename T>
 T narrow(int64_t value) {
@@ -137,6 +143,7 @@ Disk readDisk(JsonObject json, size_t index, Millis now) {
   disk.ssdController = narrow<uint16_t>(json.number("ssdController", disk.id, 0, 65534));
   disk.ssdNsid = narrow<uint16_t>(json.number("ssdNamespace", 1, 1, 65535));
   disk.vendorId = narrow<uint16_t>(json.number("vendorId", kDiskVendor, 1, 65535));
+  disk.completion = static_cast<uint8_t>(json.choice("completion", "ok", kCompletions));
   disk.smart = smart(json, now);
   json.finish();
   return disk;
@@ -322,6 +329,16 @@ void readInfo(JsonObject &json, bool supported, NVME_Adapter_Info &info) {
   putText({reinterpret_cast<char *>(info.BuildDate), sizeof info.BuildDate}, built, '\0');
 }
 
+void readI2c(JsonObject &json, AdapterCore &core) {
+  if (!json.has("i2c")) return;
+  std::fill(std::begin(core.i2c), std::end(core.i2c), uint8_t{0});
+  for (const auto &device : json.array("i2c", 0, 256)) {
+    if (!device.is_number_unsigned() || device.get<uint64_t>() > 255)
+      json.refuse("i2c", "must hold device ids from 0 to 255");
+    setI2c(core, device.get<uint8_t>());
+  }
+}
+
 void readCore(JsonObject &json, size_t index, AdapterCore &core, Millis now) {
   std::string name = json.text("name", "vmhba" + std::to_string(index + 2), 20);
   bool plain = !name.empty() && name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789") == name.npos;
@@ -344,6 +361,8 @@ void readCore(JsonObject &json, size_t index, AdapterCore &core, Millis now) {
   core.firmware.version[0] = core.info.FirmwareVersion;
   core.smart = smart(json, now);
   core.dumpOn = json.flag("spiLog", false);
+  setDiagnosticDefaults(core);
+  readI2c(json, core);
 }
 
 void readJournal(JsonObject &json, Adapter &adapter, Millis now) {

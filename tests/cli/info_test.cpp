@@ -314,20 +314,6 @@ TEST(Info, TellsWhenTheControllerFails) {
   }
 }
 
-/// What a printer wrote.
-template <typename Print>
-std::string printed(Print print) {
-  char *text = nullptr;
-  size_t length = 0;
-  stream = open_memstream(&text, &length);
-  print();
-  std::fclose(stream);
-  stream = stdout;
-  std::string out(text, length);
-  std::free(text);
-  return out;
-}
-
 TEST(InfoPrinters, BoundWhatADeviceSays) {
   NVME_PD_Info disk{};
   std::fill(std::begin(disk.Model), std::end(disk.Model), ' ');
@@ -337,7 +323,7 @@ TEST(InfoPrinters, BoundWhatADeviceSays) {
   disk.SectorSize = 0xFFFFFFFF;
   disk.LBA.value = UINT64_MAX;
   disk.Status = 0x1F;
-  std::string out = printed([&] { HD_PrintInfo(disk, false); });
+  std::string out = outputOf([&] { HD_PrintInfo(disk, false); });
   EXPECT_THAT(out, HasSubstr("Model:                 " + std::string(1 + 39 - 15, ' ') + "M\n"))
       << "15 blanks skipped";
   EXPECT_THAT(out, HasSubstr("Serial:                 SSSSSSSSSSSSSSSSSSSS\n"));
@@ -352,7 +338,7 @@ TEST(InfoPrinters, BoundWhatADeviceSays) {
   volume.Status = 12;
   volume.Importable = 2;
   std::fill(std::begin(volume.Name), std::end(volume.Name), 'n');
-  out = printed([&] { LD_PrintInfo(volume); });
+  out = outputOf([&] { LD_PrintInfo(volume); });
   EXPECT_THAT(out, HasSubstr("Name:                nnnnnnnnnnnnnnnn\nStatus:              N/A\nImportable:   "
                              "       No\nRAID Mode:           RAID60\n"));
   EXPECT_EQ(std::count(out.begin(), out.end(), '0'), 32 + 2 + 1) << "32 members, whatever the count says";
@@ -368,7 +354,7 @@ TEST(InfoPrinters, BoundWhatADeviceSays) {
        "BGA progress:        unknown BGA action is running in 1%\n"},
       {{0, TRX_NVME_BGA_TYPE_VD_REBUILD, 0, 1, 3, {}}, ""},
   };
-  for (const auto &row : rows) EXPECT_EQ(printed([&] { VD_PrintBGAStatus(row.activity); }), row.line);
+  for (const auto &row : rows) EXPECT_EQ(outputOf([&] { VD_PrintBGAStatus(row.activity); }), row.line);
 }
 
 }  // namespace

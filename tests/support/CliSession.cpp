@@ -90,4 +90,16 @@ Words CliSession::requests() {
   return lines;
 }
 
+std::string outputOf(const std::function<void()> &code) {
+  char *text = nullptr;
+  size_t length = 0;
+  stream = open_memstream(&text, &length);
+  code();
+  std::fclose(stream);
+  stream = stdout;
+  std::string output(text, length);
+  std::free(text);
+  return output;
+}
+
 }  // namespace trx::test

@@ -4,6 +4,7 @@
 #ifndef TRX_TESTS_CLI_SESSION_H
 #define TRX_TESTS_CLI_SESSION_H
 
+#include <functional>
 #include <string>
 
 #include "SimHost.h"
@@ -57,6 +58,9 @@ class Capture {
   int saved_;
   std::FILE *file_;
 };
+
+/// What a piece of code writes to `stream`.
+std::string outputOf(const std::function<void()> &code);
 
 }  // namespace trx::test
 

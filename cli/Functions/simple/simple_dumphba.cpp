@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Functions/handlers.h"
+#include "Public/files.h"
+#include "Public/listing.h"
+#include "Public/options.h"
+#include "Public/request.h"
+
+namespace trx {
+
+const char dumphba_help[] = R"(
+dumphba -a <show> [--outputfile <outputfile>] [-h]
+
+Options:
+    -a, --action <show>
+        show, display the feature switches of the NVMe Controller
+    --outputfile <outputfile>
+        File that also receives the 4096 bytes of the information data as they are.
+    -h, --help
+
+Examples:
+    dumphba -a show
+    Display the feature switches of current NVMe Controller.
+
+    dumphba -a show --outputfile hba_info
+    Display them, and write the information data into the file hba_info.
+
+)";
+
+namespace {
+
+enum class Action { Show };
+
+constexpr Word<Action> kActions[] = {{"show", Action::Show}};
+
+struct Options {
+  Counted<Action> action;
+  Counted<std::string> outputFile;
+};
+
+// clang-format off
+constexpr OptionRow<Options> kOptions[] = {
+    {"outputfile", '1', Argument::Required, [](Options &o, const char *text) {
+       return o.outputFile.set(pathArgument(text)); }},
+    {"action", 'a', Argument::Required, [](Options &o, const char *text) {
+       return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
+};
+// clang-format on
+
+const char *onOff(TRX_U32 value) { return value != 0 ? "On" : "Off"; }
+
+void printSwitches(const Page &data) {
+  const TRX_U8 *byte = data.bytes;
+  Listing listing(stream, 32);
+  std::fputs("\n\n", stream);
+  listing.row("KXF Function:", "kxf", onOff(byte[449]));
+  listing.row("SRIOV Function:", "sriov", onOff(byte[450]));
+  listing.row("Debug message in SPI:", "spiLog", onOff(byte[448]));
+  listing.row("MI-VPD buffer switch:", "vpdTarget", byte[451] != 0 ? "SPI" : "EEPROM");
+  listing.row("Debug Level:", "debugLevel", byte[488] != 0 ? "Error only" : "Normal");
+  listing.row("[GPIO Feature]", "gpio", "");
+  listing.row("  Function Switch:", "gpioFunctionSwitch", Hex{data.at<TRX_U32>(64)});
+  listing.row("  Level:", "gpioLevel", Hex{data.at<TRX_U32>(68)});
+  listing.row("  Value:", "gpioValue", Hex{data.at<TRX_U32>(72)});
+  listing.row("  Set Default:", "gpioSetDefault", onOff(data.at<TRX_U32>(76)));
+  std::fputs("\n\n", stream);
+}
+
+}  // namespace
+
+int32_t doSDUMPHBA(int argc, char **argv, const Command_Info *row) {
+  Options o;
+  if (auto result = readOptions(argc, argv, row, kOptions, o, 0, ParserErrorHelp::Yes)) return *result;
+  if (anyRepeated(o.outputFile, o.action)) return complainDuplicate();
+  CommandFile file;
+  if (o.outputFile.given() && file.open_file(o.outputFile.value, "wb") != 0) {
+    std::fputs("File is not exist.\n", stream);
+    return 0;
+  }
+
+  // The whole page is the information data: this reply has neither signature nor status byte.
+  ControllerReply reply;
+  TRX_U32 status =
+      ControllerRequest::function(0xE0, 0x0F).set(10, 0x3FF).trace().fetch(gCurrentAdapter, reply);
+  if (status != 0) {
+    // Zero-based also for those who count from 1. This is meant.
+    std::fprintf(stream, "\nUnable to dump NVMe Controller info from NVMe Controller %d\n", gCurrentAdapter);
+    return static_cast<int32_t>(status);
+  }
+  printSwitches(reply.page());
+  if (file.isOpen() && !(file.write_file(reply.data(), TRX_PAGE_SIZE) && file.close_file())) return 1;
+  std::fputs("cmd success\n", stream);
+  return 0;
+}
+
+}  // namespace trx

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Registers, GPIO, I2C, SPI flash, the info structure, VPD target and prepared command data.
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+#include "CliSession.h"
+#include "Public/common.h"
+
+namespace trx::test {
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+struct Row {
+  std::string line;
+  int32_t status;
+  std::string out;
+  Words sent{};  ///< from dword 10 on
+  bool debug = false;
+};
+
+/// The dwords that a function of group E0h may set, as the simulator traces them.
+std::string request(const char *cdw12, const char *cdw10 = "0", const char *cdw13 = "0",
+                    const char *cdw14 = "0", const char *cdw15 = "0", const char *data = "dir=1 len=0") {
+  std::string text = std::string("cdw10=") + cdw10 + " cdw11=0 cdw12=" + cdw12 + " cdw13=" + cdw13;
+  return text + " cdw14=" + cdw14 + " cdw15=" + cdw15 + " " + data;
+}
+
+void check(CliSession &session, const std::vector<Row> &rows) {
+  for (const Row &row : rows) {
+    SCOPED_TRACE(row.line);
+    dbg_enable = row.debug;
+    CommandResult result = session.run(row.line);
+    EXPECT_EQ(result.status, row.status);
+    EXPECT_EQ(result.out, row.out);
+    Words sent;
+    for (const std::string &line : session.requests()) sent.push_back(line.substr(line.find("cdw10=")));
+    EXPECT_EQ(sent, row.sent);
+  }
+  EXPECT_EQ(session.host().violations(), "");
+}
+
+// Rows are read as tables.
+// clang-format off
+
+TEST(Register, KeepsWhatIsWritten) {
+  const std::string size = "size of optarg: 8\n", written = "Write register successful.\n";
+  auto read = [](const char *address) { return request("109e0", "0", address, "0", "0", "dir=1 len=4"); };
+  CliSession session;
+  check(session, {
+      {"reg -t READ -i 1 -a 256", 0, "0x00 0x00 0x00 0x00 Data:0x0, Address:0x100\nRead register successful.\n", {read("100")}},
+      {"reg -t write -i 1 -a 0x100 -d 0xFFFFFFFE", 0, size + written, {request("10ae0", "0", "100", "fffffffe")}},
+      {"reg -t read -i 0x1 -a 0x100", 0,
+       "CDW[0] : 0x000000e2\nCDW[10]: 0x00000000\nCDW[12]: 0x000109e0\nCDW[13]: 0x00000100\n"
+       "0xfe 0xff 0xff 0xff Data:0xfffffffe, Address:0x100\nRead register successful.\n", {read("100")}, true},
+      {"reg -t read -i 1 -a 0x102", 0x704, "0x00 0x00 0x00 0x00 Read register failed.\n", {read("102")}},
+      {"reg -t write -i 1 -a 0x101 -d 1", 0x704, size + "Write register failed.\n", {request("10ae0", "0", "101", "1")}},
+      // A number that does not fit its field would reach another register.
+      {"reg -t read -i 65536 -a 0", 0, "-i : invalid PCIe ID '65536'\n"},
+      {"reg -t read -i 1 -a 0x100000000", 0, "-a : invalid address '0x100000000'\n"},
+      {"reg -t write -i 1 -a 0 -d -1", 0, size + "-d : invalid data '-1'\n"},
+      {"reg -t erase", 0, "-t : invalid type 'erase'\n"},
+      {"reg -i 1 -a 0", 0, "reg: option -t is required\n"},
+      {"reg -t read -a 0", 0, "reg: option -i is required\n"},
+      {"reg -t read -i 0", 0, "reg: option -a is required\n"},
+      {"reg -t write -i 0 -a 0", 0, "reg: option -d is required\n"},
+  });
+}
+
+std::string infoBlock(const char *spiLog, const char *target, const std::string &gpio,
+                      const char *setDefault) {
+  return "\n\nKXF Function:                    Off\nSRIOV Function:                  Off\n"
+         "Debug message in SPI:            " +
+         std::string(spiLog) + "\nMI-VPD buffer switch:            " + target +
+         "\nDebug Level:                     Normal\n[GPIO Feature]                   \n" + gpio +
+         "  Set Default:                   " + setDefault + "\n\n\ncmd success\n";
+}
+
+std::string gpioWords(const char *functionSwitch, const char *level, const char *value) {
+  return std::string("  Function Switch:               ") + functionSwitch +
+         "\n  Level:                         " + level + "\n  Value:                         " + value + "\n";
+}
+
+TEST(InfoStructure, ShowsWhatWasSet) {
+  const std::string factory = gpioWords("0x30", "0x30", "0x30"), set = gpioWords("0xf0", "0x80", "0x30");
+  const std::string done = "GPIO setting success.\n",
+                    dump = request("fe0", "3ff", "0", "0", "0", "dir=1 len=4096");
+  CliSession session;
+  check(session, {
+      {"dumphba -a SHOW", 0, infoBlock("Off", "EEPROM", factory, "Off"), {dump}},
+      {"vpd -t SPI", 0, "CDW[0] : 0x000000e2\nCDW[12]: 0x000010e0\nCDW[14]: 0x00000001\nVPD access to SPI success.\n",
+       {request("10e0", "0", "0", "1")}, true},
+      {"gpio --func-switch=0xf0 -1 128 --set-default YES", 0, "result: 0\n" + done, {request("111e0", "0", "f0", "80", "30")}},
+      {"dumphba --action show", 0, infoBlock("Off", "SPI", set, "On"), {dump}},
+      {"vpd -t eeprom", 0, "VPD access to EEPROM success.\n", {request("10e0")}},
+      {"gpio --set-default=no", 0, "result: 0\n" + done, {request("11e0", "0", "30", "30", "30")}},
+      {"dumphba -a show", 0, infoBlock("Off", "EEPROM", factory, "Off"), {dump}},
+      {"vpd -t flash", 0, "-t : invalid target 'flash'.\n"},
+      {"vpd x", 0, "vpd: option -t is required\n"},
+      {"dumphba -a hide", 0, "-a : invalid action 'hide'.\n"},
+      {"dumphba -a show --outputfile /nowhere/at/all", 0, "File is not exist.\n"},
+      {"gpio --func-switch=0x31", 0, "result: 1\nFunc-switch value is not correct: 0x00000031\n"},
+      {"gpio --func-switch=0x80000000", 0, "result: -2147483648\nFunc-switch value is not correct: 0x80000000\n"},
+      {"gpio --level=8", 0, "result: 0\nLevel value is not correct: 0x00000008\n"},
+      {"gpio --value=0x100", 0, "result: 0\nDefault value is not correct: 0x00000100\n"},
+      {"gpio --func-switch=x", 0, "--func-switch: Function switch range is not correct. \n"},
+      {"gpio --set-default=maybe", 0, "--set-default: Set default is not correct \n"},
+  });
+}
+
+TEST(InfoStructure, FallsBackToTheDefaultPinsAtARestart) {
+  CliSession session;
+  session.run("gpio --value=0x20 --set-default=yes");
+  session.run("gpio --value=0x40");
+  EXPECT_THAT(session.run("dumphba -a show").out, HasSubstr(gpioWords("0x30", "0x30", "0x40")));
+  session.host().sim("restart");
+  EXPECT_THAT(session.run("dumphba -a show").out, HasSubstr(gpioWords("0x30", "0x30", "0x20")));
+}
+
+TEST(InfoStructure, IsWrittenAsItCame) {
+  CliSession session;
+  std::string file = session.host().directory() / "info";
+  EXPECT_THAT(session.run("dumphba --outputfile \"" + file + "\"").out, EndsWith("\n\n\ncmd success\n"));
+  std::string data = readFile(file);
+  ASSERT_EQ(data.size(), 4096U);
+  EXPECT_EQ(data.substr(64, 4), std::string("\x30\0\0\0", 4));
+  // A full disk is told, and is no success.
+  CommandResult full = session.run("dumphba -a show --outputfile /dev/full");
+  EXPECT_EQ(full.status, 1);
+  EXPECT_THAT(full.out, EndsWith("Unable to write file '/dev/full': No space left on device\n"));
+  EXPECT_EQ(session.run("spi -t read --outputfile /dev/full").status, 1);
+  // It is counted from 0 in the message also for those who count from 1.
+  g_oneBaseMode = 1;
+  session.host().sim("fault", {"add", "op=e2", "group=e0", "sub=f", "nvme=0x701"});
+  CommandResult failed = session.run("dumphba -a show");
+  EXPECT_EQ(failed.out, "\nUnable to dump NVMe Controller info from NVMe Controller 0\n");
+  EXPECT_EQ(failed.status, 0x701);
+}
+
+TEST(I2c, ProbesOneDevice) {
+  CliSession session;
+  check(session, {
+      {"i2c -i 0x50", 0, "Pass\n", {request("5014e0")}},
+      {"i2c --id=3", 0x701, "Fail\n", {request("314e0")}},
+      {"i2c -i 65536", 0, "-i : invalid device id '65536'\n"},
+      {"i2c x", 0, "i2c: option -i is required\n"},
+  });
+  for (const char *leftOver : {"i2c -i 0x50 -t 1", "i2c -a 1"})
+    EXPECT_THAT(session.run(leftOver).out, StartsWith("Description:For test i2c device\ni2c -i "));
+  EXPECT_EQ(session.requests(), Words{});
+}
+
+TEST(SpiFlash, IsReadAndNeverWritten) {
+  CliSession session;
+  std::string file = session.host().directory() / "spi";
+  const std::string page = "cdw10=3ff00c0 cdw11=0 cdw12=0 cdw13=0 cdw14=0 cdw15=0 dir=1 len=4096";
+  session.host().sim("fault", {"add", "op=2", "nvme=0x109"});
+  std::ofstream(session.host().directory() / "kept") << "kept";
+  std::string kept = session.host().directory() / "kept";
+  check(session, {
+      {"spi -t read", 0x109, "Read SPI failed.\n", {page}},
+      {"spi -t read --outputfile " + file, 0, "Read SPI successful.\n", {page}},
+      {"spi -t write --inputfile x --outputfile " + kept, 0, "VMware does not support SPI write.\n"},
+      {"spi -t read --outputfile /nowhere/x", 0, "Unable to open file '/nowhere/x': No such file or directory\n"},
+      {"spi -t erase", 0, "-t : invalid type 'erase'\n"},
+      {"spi -1 x", 0, "spi: option -t is required\n"},
+  });
+  EXPECT_EQ(readFile(kept), "kept");
+  EXPECT_EQ(readFile(file).size(), 4096U);
+  EXPECT_THAT(readFile(file), StartsWith("TRX SPI TRXA20001"));
+}
+
+TEST(PreparedData, IsWrittenForNamespaceCommands) {
+  CliSession session;
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(session.host().directory());
+  std::string many = "gen -t attachns --list=0";
+  for (int i = 0; i < 1000; ++i) many += ",1";
+  const struct { std::string line; std::string head; } rows[] = {
+      {"gen -t createns --nsze=0x123456789abc --ncap=16 --flbas=0x12 --dps 1 --nmic 1",
+       std::string("\xbc\x9a\x78\x56\x34\x12\0\0\x10\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x12\0\0\x01\x01", 31)},
+      {"gen -t attachns --list=0,2,65535", std::string("\x03\0\0\0\x02\0\xff\xff", 8)},
+      {many, std::string("\xe9\x03\0\0\x01\0\x01\0", 8)},
+  };
+  for (const auto &row : rows) {
+    EXPECT_EQ(session.run(row.line).out, "cmd success\n") << row.line;
+    std::string data = readFile("prp_data");
+    EXPECT_EQ(data.size(), 4096U);
+    EXPECT_EQ(data.substr(0, row.head.size()), row.head) << row.line;
+  }
+  std::filesystem::remove("prp_data");
+  check(session, {
+      {"gen -t createns --nsze=x", 0, "--nsze : invalid nsze value 'x'\n"},
+      {"gen -t createns --flbas=256", 0, "--flbas : invalid flbas value '256'\n"},
+      {"gen -t createns --nmic=0x100", 0, "--nmic : invalid nmic value '0x100'\n"},
+      {"gen -t attachns --list=1,,2", 0, "--list : controller ids should be a number\n"},
+      {"gen -t attachns --list=65536", 0, "--list : controller ids should be a number\n"},
+      {"gen --list=1", 0, "gen: option -t is required\n"},
+  });
+  EXPECT_FALSE(std::filesystem::exists("prp_data"));
+  std::filesystem::create_directory("prp_data");
+  EXPECT_EQ(session.run("gen -t createns").status, 1);
+  std::filesystem::current_path(before);
+}
+
+// clang-format on
+
+}  // namespace
+}  // namespace trx::test

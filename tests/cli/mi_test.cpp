@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// VPD through NVMe-MI messages, the tunnelled Identify, and the printer of what it brings.
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "CliSession.h"
+#include "Functions/standard/identify_print.h"
+#include "Public/common.h"
+
+namespace trx::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+constexpr char kRead[] = "MI send for VPD read success.\n";
+
+std::string dwords(const std::string &offset, const std::string &length) {
+  return "offset mi_prp_data->Request_DW0: 0x" + offset + "\noffset mi_prp_data->Request_DW1: 0x" + length +
+         "\n";
+}
+
+struct Row {
+  std::string line;
+  int32_t status;
+  std::string out;
+  std::string library = {};
+};
+
+/// Lines that must be answered without a request.
+void refuse(CliSession &session, const std::vector<Row> &rows) {
+  for (const Row &row : rows) {
+    CommandResult result = session.run(row.line);
+    EXPECT_EQ(result.status, row.status) << row.line;
+    EXPECT_EQ(result.out, row.out) << row.line;
+    EXPECT_EQ(result.library, "") << row.line;
+  }
+  EXPECT_EQ(session.requests(), Words{});
+}
+
+std::string put(CliSession &session, const char *name, const std::string &content) {
+  std::filesystem::path path = session.host().directory() / name;
+  std::ofstream(path, std::ios::binary) << content;
+  return path;
+}
+
+// Rows are read as tables.
+// clang-format off
+
+TEST(VpdRead, RefusesWhatIsBeyondTheStore) {
+  CliSession session;
+  refuse(session, {
+      {"vpdread -o 500 -l 13", 0, "Invalid range via offset: 0x1f4, data length: 0xd\n"},
+      // Neither a negative number nor a wrap of the sum gets through.
+      {"vpdread -o 0xffffffff -l 10", 0, "Invalid range via offset: 0xffffffff, data length: 0xa\n"},
+      {"vpdread -o -0x1 -l 10", 0, "Invalid range via offset: 0xffffffff, data length: 0xa\n"},
+      {"vpdread -o 0 -l 4294967297", 0, "Invalid range via offset: 0x0, data length: 0xffffffff\n"},
+      {"vpdread -o x -l 10", 0, "-o: Invalid offset value\n"},
+      {"vpdread -o 0 -l -1", 0, "-l: Invalid data length value\n"},
+      {"vpdread -o 0 -l 1 -f /nowhere/x", 0, "Unable to open file '/nowhere/x': No such file or directory\n"},
+      {"vpdread -l 1", 0, "vpdread: option -o is required\n"},
+      {"vpdread -o 1", 0, "vpdread: option -l is required\n"},
+  });
+}
+
+TEST(Vpd, IsWrittenAndReadBack) {
+  CliSession session;
+  std::string input = put(session, "in", "ABCDEFGHIJKLMNOP tail"),
+              output = session.host().directory() / "out";
+  CommandResult written = session.run("mi_passthruwrite -o 6 -l 4 -f " + input);
+  EXPECT_EQ(written.out, "0x41 0x42 \n0x43 0x44 MI send for VPD write success.\n");
+  EXPECT_EQ(written.library, dwords("6", "4"));
+  // The message is as long as the file makes it; the dwords say less one.
+  EXPECT_THAT(session.requests(), ElementsAre(HasSubstr(
+      "op=1d nsid=0 cdw2=0 cdw10=0 cdw11=108 cdw12=0 cdw13=0 cdw14=0 cdw15=0 dir=0 len=1061 out=8408000006000000060000000400000041424344")));
+  CommandResult shown = session.run("vpdread -o 6 -l 4");
+  EXPECT_EQ(shown.out, std::string(kRead) + "content.....\n");
+  EXPECT_THAT(shown.library, StartsWith(dwords("6", "4") + "\n0x41 0x42 0x43 0x44 0x0 0x0 0x0 0x0 \n0x0 "));
+  EXPECT_EQ(std::count(shown.library.begin(), shown.library.end(), 'x'), 2 + 256);
+  EXPECT_THAT(shown.library, EndsWith("0x0 \n"));
+  EXPECT_THAT(session.requests(), ElementsAre(
+      HasSubstr("cdw11=103 cdw12=0 cdw13=0 cdw14=0 cdw15=0 dir=0 len=1040 out=84080000050000000600000004"),
+      EndsWith("op=1e nsid=0 cdw2=0 cdw10=0 cdw11=0 cdw12=0 cdw13=0 cdw14=0 cdw15=0 dir=1 len=4096")));
+  CommandResult saved = session.run("vpdread -o 508 -l 4 -f \"" + output + "\"");
+  EXPECT_EQ(saved.out, kRead);
+  EXPECT_EQ(readFile(output), std::string(4, '\0'));
+  // The other store is untouched, and this one is there for the next process.
+  session.run("vpd -t spi");
+  session.run("vpdread -o 0 -l 512 -f " + output);
+  EXPECT_EQ(readFile(output), std::string(512, '\xff'));
+  session.run("vpd -t eeprom");
+  EXPECT_THAT(session.host().cli({"vpdread", "-o", "5", "-l", "8"}).out,
+              HasSubstr("\n0x0 0x41 0x42 0x43 0x44 0x"));
+  EXPECT_EQ(session.host().violations(), "");
+}
+
+TEST(VpdWrite, RefusesFilesAndRanges) {
+  CliSession session;
+  std::string small = put(session, "small", "12345"), large = put(session, "large", std::string(64496, 'x'));
+  refuse(session, {
+      {"mi_passthruwrite -o 200 -l 57 -f " + small, 0, "Invalid range via offset:0xc8, data length:0x39\n"},
+      {"mi_passthruwrite -o -0x1 -l 2 -f " + small, 0, "Invalid range via offset:0xffffffff, data length:0x2\n"},
+      {"mi_passthruwrite -o 0 -l 6 -f " + small, 0, "Input file is shorter than data length: 0x5, data length: 0x6\n"},
+      {"mi_passthruwrite -o 0 -l 6 -f " + large, 0, "Input file is too long: 0xfbf0, at most 0xfbef\n"},
+      {"mi_passthruwrite -o 0 -l 6 -f /", 0, "Unable to open file '/': Is a directory\n"},
+      {"mi_passthruwrite -l 1", 0, "mi_passthruwrite: option -o is required\n"},
+      {"mi_passthruwrite -o 1", 0, "mi_passthruwrite: option -l is required\n"},
+      {"mi_passthruwrite -o 1 -l 1", 0, "mi_passthruwrite: option -f is required\n"},
+  });
+  std::filesystem::resize_file(large, 64495);
+  EXPECT_THAT(session.run("mi_passthruwrite -o 255 -l 1 -f " + large).out, EndsWith("write success.\n"));
+  EXPECT_THAT(session.requests(), ElementsAre(HasSubstr("cdw11=3ffe ")));
+  EXPECT_EQ(session.host().violations(), "");
+}
+
+TEST(TunnelledIdentify, BringsTheDisksData) {
+  CliSession session;
+  g_oneBaseMode = 1;  // The id is counted from 0 all the same.
+  std::string output = session.host().directory() / "out";
+  CommandResult shown = session.run("mi_passthruread -i 2 -o 3 -l 0x10");
+  EXPECT_EQ(shown.status, 0);
+  EXPECT_EQ(shown.library, dwords("3", "10"));
+  EXPECT_THAT(shown.out, StartsWith("after mi_prp_data as below:\nCDW0 0x84 0x10 0x00 0x00 \nCDW1 0xc2 0x00 0x00 0x00 \nCDW2 0x02 "));
+  EXPECT_THAT(shown.out, HasSubstr("\nCDW11 0x01 0x00 0x00 0x00 \n"));
+  EXPECT_THAT(shown.out, HasSubstr("\nCDW15 0x06 0x00 0x00 0x00 \n\n" + std::string(kRead) + "content.....\n\nCDW0 0x10 0x7a "));
+  EXPECT_THAT(shown.out, HasSubstr("\nCDW127 0x00 0x00 0x00 0x00 \nNVMe Identify Controller:\nVID      : 0x7a10\n"));
+  EXPECT_THAT(shown.out, HasSubstr("\nMN       : Norvik Stream 3 1.92TB\n"));
+  EXPECT_THAT(session.requests(), ElementsAre(
+      HasSubstr("cdw10=0 cdw11=3ff cdw12=0 cdw13=0 cdw14=0 cdw15=0 dir=0 len=4096 out=84100000c200000002"), HasSubstr("op=1e ")));
+
+  // The response holds 4088 bytes of data; no length brings more.
+  CommandResult saved = session.run("mi_passthruread -i 2 -l 0 -l 5000 -f " + output);
+  EXPECT_THAT(saved.out, HasSubstr("The response holds 4088 bytes of data, less than the data length 0x1388.\n\nNVMe"));
+  EXPECT_THAT(readFile(output), SizeIs(4088));
+  EXPECT_THAT(readFile(output).substr(24), StartsWith("Norvik Stream 3 1.92TB"));
+
+  session.requests();
+  refuse(session, {{"mi_passthruread -i x", 0, "-o: Invalid pd id value\n"}});
+  CommandResult none = session.run("mi_passthruread");
+  EXPECT_EQ(none.status, 1);
+  EXPECT_THAT(none.out, StartsWith(":Read pass-through command"));  // no "Description"
+  EXPECT_EQ(session.host().violations(), "");
+}
+
+TEST(MiMessages, TellWhichHalfFailed) {
+  CliSession session;
+  std::string input = put(session, "in", "1");
+  const struct { std::string line; const char *opcode; const char *out; } rows[] = {
+      {"vpdread -o 0 -l 1", "op=1d", "MI send for VPD read failed.\n"},
+      {"vpdread -o 0 -l 1", "op=1e", "MI receive for VPD read failed.\n"},
+      {"mi_passthruread -i 0", "op=1d", "\n\nMI send for VPD read failed.\n"},
+      {"mi_passthruread -i 0", "op=1e", "\n\nMI receive for VPD read failed.\n"},
+      {"mi_passthruwrite -o 0 -l 1 -f " + input, "op=1d", "MI send for VPD write failed.\n"},
+  };
+  for (const auto &row : rows) {
+    session.host().sim("fault", {"add", row.opcode, "nvme=0x706"});
+    CommandResult result = session.run(row.line);
+    EXPECT_EQ(result.status, 0x706) << row.line;
+    EXPECT_THAT(result.out, EndsWith(row.out));
+  }
+  EXPECT_EQ(session.run("mi_passthruread -i 99").status, 0x706);
+  EXPECT_EQ(session.host().violations(), "");
+}
+
+/// The printed fields by their names in lower case.
+std::map<std::string, std::string> printed(std::span<const uint8_t> data) {
+  std::istringstream lines(outputOf([data] { printIdentifyController(data); }));
+  std::map<std::string, std::string> fields;
+  for (std::string line; std::getline(lines, line);) {
+    size_t colon = line.find(" : ");
+    if (colon == std::string::npos) continue;
+    std::string name = line.substr(0, line.find(' '));
+    for (char &letter : name) letter = static_cast<char>(std::tolower(letter));
+    fields[name] = line.substr(colon + 3);
+  }
+  return fields;
+}
+
+TEST(IdentifyPrinter, AgreesWithReadingsOfRealDrives) {
+  const char *given = std::getenv("TRX_REAL_DATA");
+  std::filesystem::path folder = given ? given : TRX_TOPOLOGY_DIR "/../../../shared/real";
+  size_t read = 0;
+  if (!std::filesystem::exists(folder / "nvme/identify")) GTEST_SKIP() << "no real data";
+  for (const auto &entry : std::filesystem::directory_iterator(folder / "nvme/identify")) {
+    std::string name = entry.path().string();
+    constexpr std::string_view kEnd = ".nvme-cli.json";
+    if (!name.ends_with(kEnd)) continue;
+    auto reading = nlohmann::json::parse(readFile(name));
+    if (!reading.contains("vid")) continue;
+    std::string bytes = readFile(name.substr(0, name.size() - kEnd.size()) + ".bin");
+    auto fields = printed({reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size()});
+    EXPECT_THAT(fields, SizeIs(28));
+    for (const auto &[field, value] : fields) {
+      const auto &expected = reading.at(field);
+      if (expected.is_string()) {
+        std::string text = expected.get<std::string>();
+        EXPECT_EQ(value, text.substr(0, text.find_last_not_of(' ') + 1)) << name << " " << field;
+      } else {
+        EXPECT_EQ(std::stoull(value, nullptr, 0), expected.get<uint64_t>()) << name << " " << field;
+      }
+    }
+    ++read;
+  }
+  EXPECT_GT(read, 0U);
+}
+
+TEST(IdentifyPrinter, PrintsWideCapacitiesExactly) {
+  std::vector<uint8_t> data(4088, 0);
+  std::fill_n(data.begin() + 280, 16, uint8_t{0xFF});
+  data[296 + 8] = 1;
+  auto fields = printed(data);
+  EXPECT_EQ(fields["tnvmcap"], "340282366920938463463374607431768211455");
+  EXPECT_EQ(fields["unvmcap"], "18446744073709551616");
+  EXPECT_EQ(printed(std::span(data).first(283))["tnvmcap"], "16777215");
+}
+
+// clang-format on
+
+}  // namespace
+}  // namespace trx::test
