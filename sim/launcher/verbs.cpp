@@ -6,6 +6,8 @@
 
 #include "host/directory.h"
 #include "host/faults.h"
+#include "model/restart.h"
+#include "model/state_file.h"
 #include "topology/topology.h"
 
 namespace sim {
@@ -140,6 +142,18 @@ int advanceVerb(const Arguments &arguments) {
   if (*end != '\0' || arguments.words[0].empty() || seconds < 0 || seconds > 1'000'000'000)
     throw UsageError("advance: '" + arguments.words[0] + "' is not a number of seconds");
   advanceClock(arguments.state, Millis{seconds} * 1000);
+  return 0;
+}
+
+int restartVerb(const Arguments &arguments) {
+  noWords(arguments, "restart");
+  ensureHost(arguments);
+  for (const std::string &name : adapterNames(arguments.state)) {
+    AdapterFiles files(arguments.state, name);
+    Session session(files);
+    restart(session.change(), session.now());
+    session.commit();
+  }
   return 0;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "model/restart.h"
 
+#include "model/devices.h"
 #include "model/firmware.h"
 
 namespace sim {
@@ -22,6 +23,7 @@ void countPowerCycle(Adapter &adapter) {
 
 // One line per thing that does not outlive the power, or wakes up with it.
 void restart(Adapter &adapter, Millis now) {
+  applyPendingSwitches(adapter);
   restartFirmware(adapter, now);
   countPowerCycle(adapter);
 }
