@@ -15,19 +15,11 @@ int32_t notAvailable(const Command_Info *row) {
 // clang-format off
 int32_t doSmart(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doFlash(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSLog(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSEvent(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSImport(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSINIT(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSMP(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSRebuild(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doPassthru(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSPI(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSVD(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSVPD(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSDUMPHBA(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSGPIO(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doSNS(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doVPDRead(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doGen(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSReg(int, char **, const Command_Info *row) { return notAvailable(row); }
@@ -38,19 +30,11 @@ int32_t doMIPassthruWrite(int, char **, const Command_Info *row) { return notAva
 
 const char smart_help[] = "\nsmart [-h]\n\n";
 const char flash_help[] = "\nflash [-h]\n\n";
-const char log_help[] = "\nlog [-h]\n\n";
-const char event_help[] = "\nevent [-h]\n\n";
-const char import_help[] = "\nimport [-h]\n\n";
-const char init_help[] = "\ninit [-h]\n\n";
-const char mp_help[] = "\nmp [-h]\n\n";
-const char rebuild_help[] = "\nrebuild [-h]\n\n";
 const char passthru_help[] = "\npassthru [-h]\n\n";
 const char spi_help[] = "\nspi [-h]\n\n";
-const char vd_help[] = "\nvd [-h]\n\n";
 const char vpd_help[] = "\nvpd [-h]\n\n";
 const char dumphba_help[] = "\ndumphba [-h]\n\n";
 const char gpio_help[] = "\ngpio [-h]\n\n";
-const char ns_help[] = "\nns [-h]\n\n";
 const char vpdread_help[] = "\nvpdread [-h]\n\n";
 const char gen_help[] = "\ngen [-h]\n\n";
 const char reg_help[] = "\nreg [-h]\n\n";
