@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Opcode table of the simulated controller. To add a standard command, write its function and a row.
+#include "controller/functions.h"
+#include "controller/standard.h"
+
+namespace sim {
+namespace {
+
+enum class NsidRule : uint8_t { Zero, ZeroOrAll, Any };
+
+struct Opcode {
+  uint8_t opcode;
+  const char *name;
+  void (*run)(Context &, const Command &, Completion &);
+  uint16_t dwords;  ///< dwords 10 to 15 that may carry a value
+  NsidRule nsid;
+  bool cdw2;  ///< dword 2 may carry a value
+};
+
+constexpr uint16_t kAllDwords = 0xFC00;
+
+// clang-format off
+constexpr Opcode kOpcodes[] = {
+    {0x02, "Get Log Page",         runGetLogPage,          dwords(10),  NsidRule::ZeroOrAll, false},
+    {0x06, "Identify",             runIdentify,            dwords(10),  NsidRule::Any,       false},
+    {0x15, "Namespace Attachment", runNamespaceAttachment, dwords(10),  NsidRule::Any,       false},
+    {0xCB, "pair send",            runPairSend,            kAllDwords,  NsidRule::Zero,      false},
+    {0xCE, "pair receive",         runPairReceive,         kAllDwords,  NsidRule::Zero,      false},
+    {0xE2, "controller function",  runDirectFunction,      kAllDwords,  NsidRule::Zero,      false},
+};
+// clang-format on
+
+std::string checkRow(const Opcode &row, const Command &command) {
+  std::string name = row.name;
+  for (unsigned number = 10; number <= 15; ++number)
+    if (command.dword(number) != 0 && !(row.dwords >> number & 1))
+      return name + ": dword " + std::to_string(number) + " must be 0";
+  if (command.cdw2 != 0 && !row.cdw2) return name + ": dword 2 must be 0";
+  bool whole = command.nsid == 0 || (row.nsid == NsidRule::ZeroOrAll && command.nsid == 0xFFFFFFFF);
+  if (row.nsid != NsidRule::Any && !whole)
+    return name + ": NSID " + std::to_string(command.nsid) + " is not allowed";
+  return {};
+}
+
+}  // namespace
+
+void runCommand(Session &session, const Command &command, Completion &completion, std::string &breach) {
+  Context context(session, completion);
+  for (const Opcode &row : kOpcodes) {
+    if (row.opcode != command.opcode) continue;
+    if (std::string wrong = checkRow(row, command); !wrong.empty())
+      context.breach(wrong);
+    else
+      row.run(context, command, completion);
+    breach = context.breachText();
+    return;
+  }
+  completion.fail(kGeneric, TRX_NVME_SC_INVALID_OPCODE);
+}
+
+}  // namespace sim

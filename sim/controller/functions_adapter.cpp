@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Group 0xE0: the adapter itself.
+#include "controller/functions.h"
+#include "model/activities.h"
+#include "model/journal.h"
+#include "model/storage.h"
+
+namespace sim {
+namespace {
+
+Answer directInfo(Context &context, const DirectCall &) { return bytesOf(context.state().core.info); }
+Answer pairInfo(Context &context, const PairCall &) { return bytesOf(context.state().core.info); }
+Answer directConfig(Context &context, const DirectCall &) { return bytesOf(context.state().core.config); }
+Answer pairConfig(Context &context, const PairCall &) { return bytesOf(context.state().core.config); }
+
+/// What the journal shows of a rate: the share of the controller that activities get.
+uint32_t ratePercent(uint8_t rate) {
+  return rate == TRX_BGA_RATE_HIGH ? 80 : rate == TRX_BGA_RATE_MEDIUM ? 50 : 20;
+}
+
+Answer setConfig(Context &context, const NVME_Adapter_Config &config) {
+  bool known = config.BGARate == TRX_BGA_RATE_HIGH || config.BGARate == TRX_BGA_RATE_MEDIUM ||
+               config.BGARate == TRX_BGA_RATE_LOW;
+  if (!known || config.AutoRebuildOn > 1) return Fw::InvalidParameter;
+  NVME_Adapter_Config before = context.state().core.config;
+  if (std::memcmp(&before, &config, sizeof config) == 0) return Fw::Ok;
+  Adapter &adapter = context.change();
+  rebaseActivities(adapter, context.now());
+  adapter.core.config = config;
+  if (before.BGARate != config.BGARate)
+    journalAdapter(adapter, context.now(), AdapterEvent::RateChanged, ratePercent(config.BGARate));
+  if (before.AutoRebuildOn != config.AutoRebuildOn)
+    journalAdapter(adapter, context.now(),
+                   config.AutoRebuildOn ? AdapterEvent::AutoRebuildOn : AdapterEvent::AutoRebuildOff);
+  return Fw::Ok;
+}
+
+Answer directSetConfig(Context &context, const DirectCall &call) {
+  uint32_t value = call.command.dword(14);
+  if (value > 0xFFFF) {
+    context.breach("set configuration: dword 14 has bits above 15");
+    return {};
+  }
+  NVME_Adapter_Config config = context.state().core.config;
+  config.AutoRebuildOn = static_cast<TRX_U8>(value);
+  config.BGARate = static_cast<TRX_U8>(value >> 8);
+  return setConfig(context, config);
+}
+
+Answer pairSetConfig(Context &context, const PairCall &call) {
+  auto config = recordFrom<NVME_Adapter_Config>(call.data);
+  for (TRX_U8 byte : config.Reserved)
+    if (byte != 0) {
+      context.breach("set configuration: reserved bytes are not 0");
+      return {};
+    }
+  return setConfig(context, config);
+}
+
+enum LedObject : uint8_t { kLedDisk = 0, kLedVolume = 1 };
+
+Answer pairLed(Context &context, const PairCall &call) {
+  auto led = recordFrom<NVME_LED>(call.data);
+  if (led.type > kLedVolume) return Fw::InvalidParameter;
+  std::vector<uint16_t> disks;
+  if (led.type == kLedVolume) {
+    const Volume *volume = findVolume(context.state(), led.id);
+    if (!volume) return Fw::InvalidVolume;
+    disks.assign(volume->members, volume->members + volume->memberCount);
+  } else {
+    if (!findDisk(context.state(), led.id)) return Fw::InvalidDisk;
+    disks.push_back(led.id);
+  }
+  for (uint16_t id : disks)
+    if (Disk *disk = findDisk(context.change(), id)) disk->led = led.action;
+  return Fw::Ok;
+}
+
+// clang-format off
+constexpr Function kFunctions[] = {
+    {0xE0, 0x00, "adapter information",
+     {directInfo, dwords(10), 0, Transfer::Reply}, {pairInfo}},
+    {0xE0, 0x01, "get configuration",
+     {directConfig, dwords(10), 0, Transfer::Reply}, {pairConfig}},
+    {0xE0, 0x02, "set configuration",
+     {directSetConfig, dwords(14)}, {pairSetConfig, 2, sizeof(NVME_Adapter_Config)}},
+    {0xE0, 0x07, "LED",
+     {}, {pairLed, 2, sizeof(NVME_LED)}},
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const Function> adapterFunctions() { return kFunctions; }
+
+}  // namespace sim
