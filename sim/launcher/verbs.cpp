@@ -31,6 +31,8 @@ constexpr Verb kVerbs[] = {
     {"show",    "[--state DIR]", "prints the whole state", showHost},
     {"fault",   "[--state DIR] add WORD... | list | clear", "arms faults, lists or disarms them", faultVerb},
     {"advance", "[--state DIR] SECONDS", "moves the clock of a host whose clock stands still", advanceVerb},
+    {"pull",    "[--state DIR] PD [ADAPTER]", "takes a disk out; its volumes lose a member", pullDisk},
+    {"insert",  "[--state DIR] PD [ADAPTER]", "puts a sound disk back in that place, as a spare", insertDisk},
     {"lspci",   "[--state DIR]", "prints the simulated adapters as the host's lspci does", printLspci},
     {"help",    "", "prints this", printHelp},
 };

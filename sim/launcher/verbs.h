@@ -38,6 +38,8 @@ int resetHost(const Arguments &arguments);
 int showHost(const Arguments &arguments);
 int faultVerb(const Arguments &arguments);
 int advanceVerb(const Arguments &arguments);
+int pullDisk(const Arguments &arguments);
+int insertDisk(const Arguments &arguments);
 int printLspci(const Arguments &arguments);
 
 /// Makes the host of the state directory when there is none, from the topology asked for.
