@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "function/flash.h"
+
+#include <chrono>
+#include <thread>
+
+#include "api_test.h"
+#include "function/imagecheck.h"
+
+namespace {
+
+class Flash : public ApiTest {
+ protected:
+  NVME_Flash_Result run(std::string path, TRX_U8 fs = 2, TRX_U8 ca = 1, TRX_U8 type = 0, TRX_U8 adapter = 0) {
+    NVME_Flash_Result result{};
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(TRX_Adapter_Flash(adapter, path.data(), fs, ca, type), 0u);
+    do {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      EXPECT_EQ(TRX_Adapter_Flash_Result(adapter, &result), 0u);
+    } while (result.status);
+    testing::internal::GetCapturedStdout();
+    return result;
+  }
+
+  // The commands as "opcode:CDW10:CDW11", with the length of what was sent.
+  std::string traffic() const {
+    std::string text;
+    for (const Command &command : platform.commands) {
+      char line[64];
+      snprintf(line, sizeof line, "%x:%x:%x+%zu ", command.io.cmd.opcode, command.io.cmd.cdw10,
+               command.io.cmd.cdw11, command.sent.size());
+      text += line;
+    }
+    return text;
+  }
+};
+
+Bytes image(size_t size) {
+  Bytes bytes(size);
+  for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i / 4096 * 16 + 1);
+  return bytes;
+}
+
+// With a word at its end that makes the sum zero.
+Bytes goodImage(size_t size) {
+  Bytes bytes = image(size);
+  TRX_U32 sum = 0;
+  for (size_t at = 0; at + 4 < size; at += 4) {
+    TRX_U32 word = 0;
+    std::memcpy(&word, &bytes[at], 4);
+    sum -= word;
+  }
+  std::memcpy(&bytes[size - 4], &sum, 4);
+  return bytes;
+}
+
+TEST(ImageCheck, HasTheStandardCrcAndTheWordSum) {
+  const std::string check = "123456789";
+  EXPECT_EQ(~crc32(0xFFFFFFFF, check.data(), 9), 0xCBF43926u);
+  EXPECT_EQ(crc32(crc32(0xFFFFFFFF, check.data(), 4), check.data() + 4, 5),
+            crc32(0xFFFFFFFF, check.data(), 9));
+  Bytes padded(4096);
+  std::copy(check.begin(), check.end(), padded.begin());
+  EXPECT_EQ(crcMake(check.data(), 9), __builtin_bswap32(crc32(0xFFFFFFFF, padded.data(), 4096)));
+  Bytes words(8192);
+  words[0] = 1;
+  words[8191] = 0x80;
+  EXPECT_EQ(checksumResult(words.data(), 8192), 0x80000001u);
+  EXPECT_EQ(checksumResult(words.data(), 4095), 1u);
+  EXPECT_EQ(checksumResult(words.data(), 0), 0u);
+  EXPECT_EQ(checksumResult(goodImage(8192).data(), 8192), 0u);
+}
+
+TEST_F(Flash, SendsAPlainImageInSegments) {
+  start();
+  platform.answer = [](const Command &) { return Reply{}; };
+  const TemporaryFile file("img.bin", image(10000));
+  const NVME_Flash_Result result = run("'" + file.path() + "'");
+  EXPECT_EQ(result.result, 0u);
+  EXPECT_EQ(result.percentage, 100);
+  EXPECT_EQ(traffic(), "11:3ff:0+4096 11:3ff:400+4096 11:3ff:800+4096 10:a:0+0 ");
+  const Bytes &last = platform.commands[2].sent;
+  EXPECT_EQ(std::count(last.begin(), last.begin() + 1808, 33), 1808);
+  EXPECT_EQ(std::count(last.begin() + 1808, last.end(), 17), 2288) << "the rest of the segment before";
+  for (const Command &command : platform.commands) EXPECT_EQ(command.io.addr % 4096, 0u);
+}
+
+TEST_F(Flash, ActivatesAVendorImageWithItsCrc) {
+  start();
+  platform.answer = [](const Command &) { return Reply{}; };
+  const Bytes content = goodImage(8192);
+  const TemporaryFile file("img.bin", content);
+  EXPECT_EQ(run(file.path(), 1, 0, 2).result, 0u);
+  EXPECT_EQ(traffic(), "11:3ff:0+4096 11:3ff:400+4096 e2:0:0+0 10:1:0+0 ");
+  const nvme_cmd &activation = platform.commands[2].io.cmd;
+  EXPECT_EQ(activation.cdw12, 0x20BE0u);
+  EXPECT_EQ(activation.cdw13, 0x20585254u);
+  EXPECT_EQ(activation.cdw15, crcMake(content.data(), content.size()));
+}
+
+TEST_F(Flash, EndsWhereItFails) {
+  const Reply bad = {.driverStatus = 5, .sct = 1, .sc = 7};
+  const std::tuple<const char *, Bytes, TRX_U8, TRX_U8, std::vector<Reply>, TRX_U32, const char *, TRX_U8>
+      rows[] = {
+          {"segment", goodImage(12288), 1, 0, {{}, bad}, 0x107, "11:3ff:0+4096 11:3ff:400+4096 ", 66},
+          {"segment of a vendor image", goodImage(8192), 1, 1, {bad}, 0x107, "11:3ff:0+4096 ", 50},
+          {"activation", goodImage(4096), 1, 1, {{}, bad}, 0x107, "11:3ff:0+4096 e2:0:0+0 ", 100},
+          {"commit", image(4096), 1, 0, {{}, bad}, 0x107, "11:3ff:0+4096 10:a:0+0 ", 100},
+          {"word sum of a vendor image", image(4096), 1, 1, {}, 1, "", 1},
+          {"length of a vendor image", goodImage(4096 + 4), 1, 1, {}, 1, "", 1},
+          {"commit only", {}, 2, 0, {{}}, 0, "10:12:0+0 ", 100},
+          {"commit only, failed", {}, 3, 1, {bad}, 0x107, "10:1a:0+0 ", 100},
+          {"empty image", {}, 1, 0, {{}, {}}, 0, "11:3ff:0+4096 10:a:0+0 ", 100},
+      };
+  start();
+  for (const auto &[what, content, ca, type, replies, status, expected, percentage] : rows) {
+    platform.commands.clear();
+    platform.replies.assign(replies.begin(), replies.end());
+    const TemporaryFile file("img.bin", content);
+    const NVME_Flash_Result result = run(file.path(), 2, ca, type);
+    EXPECT_EQ(result.result, status) << what;
+    EXPECT_EQ(result.percentage, percentage) << what;
+    EXPECT_EQ(traffic(), expected) << what;
+    EXPECT_TRUE(platform.replies.empty()) << what;
+  }
+  platform.commands.clear();
+  EXPECT_EQ(run("/nowhere").result, 1u) << "the commit has no device";
+  EXPECT_EQ(run("/nowhere", 2, 2, 0, 5).result, 1u) << "no controller";
+  const NVME_Flash_Result outOfRange = run("/nowhere", 2, 2, 0, 33);
+  EXPECT_EQ(outOfRange.result, 1u);
+  EXPECT_EQ(outOfRange.percentage, 0);
+  EXPECT_EQ(TRX_Adapter_Flash_Result(0, nullptr), 1u);
+  EXPECT_EQ(traffic(), "");
+}
+
+TEST_F(Flash, FinalWaitsForATransfer) {
+  start();
+  platform.answer = [](const Command &) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    return Reply{};
+  };
+  const TemporaryFile file("img.bin", image(40960));
+  std::string path = file.path();
+  TRX_Adapter_Flash(0, path.data(), 1, 1, 0);
+  TRX_Final();
+  EXPECT_EQ(platform.commands.size(), 11u);
+}
+
+}  // namespace

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "device/vmware/native/user/nvme_lib.h"
+
+#include "api_test.h"
+
+namespace {
+
+class NvmeLib : public ApiTest {
+ protected:
+  void SetUp() override {
+    platform.addAdapter("vmhba1");
+    platform.addAdapter("vmhba10");
+    ASSERT_EQ(Nvme_GetAdapterList(&list), 0);
+    handle.reset(Nvme_Open(&list, "vmhba10"));
+    ASSERT_TRUE(handle);
+  }
+  void TearDown() override {
+    handle.reset();
+    ApiTest::TearDown();
+  }
+
+  nvme_adapter_list list{};
+  NvmeHandle handle;
+};
+
+TEST_F(NvmeLib, DeclaresItsSignatures) {
+  EXPECT_EQ(Nvme_SetLogLevel(3, 4), 0);
+  EXPECT_EQ(platform.logLevels, (std::vector{3, 4}));
+  ASSERT_EQ(platform.signatures.size(), 3u);
+  for (const Signature &each : platform.signatures) {
+    EXPECT_EQ(each.vendor, "VMware");
+    EXPECT_EQ(each.version, 0x1000000u);
+    EXPECT_EQ(each.callbackIds, (std::vector<uint64_t>{16, 17}));
+  }
+  EXPECT_EQ(platform.signatures[0].name, "nvmeMgmt");
+  EXPECT_EQ(platform.signatures[0].parameterSizes, (std::vector<size_t>{4, 5120, 4, 4}));
+  EXPECT_EQ(platform.signatures[0].parameterTypes, (std::vector<uint32_t>{2, 2, 1, 1}));
+  EXPECT_EQ(platform.signatures[1].name, "mgmt-vmhba10");
+  EXPECT_EQ(platform.signatures[1].parameterSizes, (std::vector<size_t>{4, 208, 4, 120}));
+  EXPECT_EQ(platform.signatures[1].parameterTypes, (std::vector<uint32_t>{1, 2, 1, 3}));
+}
+
+TEST_F(NvmeLib, OpensByTheWholeName) {
+  const nvme_adapter_list none{};
+  platform.signatures.clear();
+  EXPECT_EQ(Nvme_Open(&none, "vmhba1"), nullptr);
+  EXPECT_EQ(Nvme_Open(&list, "vmhba"), nullptr);
+  EXPECT_EQ(Nvme_Open(&list, "vmhba100"), nullptr);
+  EXPECT_TRUE(platform.signatures.empty()) << "the platform was bothered";
+  platform.openStatus = 1;
+  EXPECT_EQ(Nvme_Open(&list, "vmhba1"), nullptr);
+  platform.count = 4000;  // more than the list has room for
+  ASSERT_EQ(Nvme_GetAdapterList(&list), 0);
+  EXPECT_EQ(list.count, 64u);
+}
+
+TEST_F(NvmeLib, AbortsOnProgrammingErrors) {
+  const std::string where = "device/vmware/native/user/nvme_lib:[0-9]+: ";
+  usr_io io{};
+  int slot = 8;
+  EXPECT_DEATH(Nvme_GetAdapterList(nullptr), where + "Nvme_GetAdapterList: .*list != \\(\\(void \\*\\)0\\)");
+  EXPECT_DEATH(Nvme_Open(nullptr, "x"), where + "Nvme_Open: .*adapters != \\(\\(void \\*\\)0\\)");
+  EXPECT_DEATH(Nvme_Open(&list, nullptr), where + "Nvme_Open: .*name != \\(\\(void \\*\\)0\\)");
+  EXPECT_DEATH(Nvme_Close(nullptr), where + "Nvme_Close: .*handle");
+  EXPECT_DEATH(Nvme_Ioctl(nullptr, 1, &io), where + "Nvme_Ioctl: .*handle");
+  EXPECT_DEATH(Nvme_Ioctl(handle.get(), 1, nullptr), where + "Nvme_Ioctl: .*uio");
+  EXPECT_DEATH(Nvme_FWFindSlot(handle.get(), nullptr), "handle && slot");
+  EXPECT_DEATH(Nvme_FWFindSlot(handle.get(), &slot), "\\*slot > 0 && \\*slot < 8");
+  EXPECT_DEATH(Nvme_FWActivate(handle.get(), 0, 1), "slot > 0 && slot < 8");
+  EXPECT_DEATH(Nvme_FWActivate(handle.get(), 1, 4), "action >= 0 && action < 4");
+}
+
+usr_io expected(uint8_t opcode, TRX_U32 nsid, uint8_t namespaceId, uint8_t direction, TRX_U32 length,
+                const std::vector<TRX_U32> &words, _TRX_U64 timeoutUs = 2'000'000) {
+  alignas(8) usr_io io{};
+  io.cmd.opcode = opcode;
+  io.cmd.nsid = nsid;
+  std::copy(words.begin(), words.end(),
+            reinterpret_cast<TRX_U32 *>(reinterpret_cast<uint8_t *>(&io.cmd) + 40));
+  io.namespaceID = namespaceId;
+  io.direction = direction;
+  io.length = length;
+  io.timeoutUs = timeoutUs;
+  return io;
+}
+
+TEST_F(NvmeLib, BuildsCommands) {
+  alignas(4096) uint8_t id[4096] = {};
+  const Bytes image(8193, 0x42);
+  const auto download = [&](TRX_U32 size) { return Nvme_FWDownload(handle.get(), 1, image.data(), size); };
+  int slot = 1;
+  nvme_handle *h = handle.get();
+  // clang-format off
+  struct { std::function<int()> call; std::vector<usr_io> commands; } const rows[] = {
+      {[&] { return Nvme_Identify(h, -1, id); },                {expected(0x06, 0, 0xFF, 1, 4096, {1})}},
+      {[&] { return Nvme_Identify(h, 3, id); },                 {expected(0x06, 3, 0xFF, 1, 4096, {})}},
+      {[&] { return Nvme_CreateNamespace_IDT(h, 2, 8, 9); },    {expected(0xC1, 2, 2, 0, 0, {0, 0, 3, 8, 9})}},
+      {[&] { return Nvme_DeleteNamespace_IDT(h, 2); },          {expected(0xC1, 2, 2, 0, 0, {0, 0, 2})}},
+      {[&] { return download(0); },                             {}},
+      {[&] { return download(8193); },                          {expected(0x11, ~0u, 0, 0, 8192, {2047, 0}), expected(0x11, ~0u, 0, 0, 1, {~0u, 2048})}},
+      {[&] { return Nvme_FWFindSlot(h, &slot); },               {expected(0x02, ~0u, 0, 1, 512, {0x007F0003})}},
+      {[&] { return Nvme_FWActivate(h, 7, 3); },                {expected(0x10, ~0u, 0, 1, 0, {0x1F})}},
+      {[&] { return Nvme_FormatNvm(h, 1, 1, 1, 1, 3, 5); },     {expected(0x80, 5, 5, 0, 0, {0x333}, 1'800'000'000)}},
+  };
+  // clang-format on
+  platform.answer = [](const Command &) { return Reply{}; };
+  for (const auto &row : rows) {
+    platform.commands.clear();
+    EXPECT_EQ(row.call(), 0);
+    ASSERT_EQ(platform.commands.size(), row.commands.size());
+    for (size_t i = 0; i < row.commands.size(); ++i) {
+      usr_io &io = platform.commands[i].io;
+      EXPECT_TRUE(platform.commands[i].aligned);
+      io.addr = 0;
+      EXPECT_EQ(bytesOf(io), bytesOf(row.commands[i])) << "opcode " << int{io.cmd.opcode};
+    }
+  }
+  EXPECT_EQ(Nvme_IOPassthru(h, std::make_unique<usr_io>().get()), 0);
+  EXPECT_EQ(platform.commands.back().code, 2);
+}
+
+TEST_F(NvmeLib, FoldsStatuses) {
+  Bytes slots(512);
+  for (size_t slot = 0; slot < 7; ++slot) slots[8 + slot * 8] = '1';
+  Bytes third = slots;
+  third[8 + 2 * 8] = 0;
+  int slot = 1;
+  nvme_handle *h = handle.get();
+  const uint8_t image[8192] = {};
+  usr_io io{};
+  // clang-format off
+  struct { std::function<int()> call; Reply reply; int result; } const rows[] = {
+      {[&] { return Nvme_AdminPassthru(h, &io); },       {.driverStatus = 9}, 9},
+      {[&] { return Nvme_AdminPassthru(h, &io); },       {.platformStatus = 8, .driverStatus = 9}, 8},
+      {[&] { return Nvme_AdminPassthru_error(h, 1, &io); }, {.driverStatus = 9}, 0},
+      {[&] { return Nvme_FWActivate(h, 1, 1); },         {.sct = 1, .sc = 0x0B}, 1},
+      {[&] { return Nvme_FWActivate(h, 1, 1); },         {.sct = 1, .sc = 0x10}, 0x110},
+      {[&] { return Nvme_FWActivate(h, 1, 1); },         {.driverStatus = 5, .sct = 1, .sc = 0x0B}, 5},
+      {[&] { return Nvme_FormatNvm(h, 0, 0, 0, 0, 0, 1); }, {.sct = 1, .sc = 0x0B}, 0x10B},
+      {[&] { return Nvme_FWDownload(h, 1, image, 8192); }, {.driverStatus = 6}, 6},
+      {[&] { return Nvme_FWFindSlot(h, &slot); },        {.driverStatus = 6}, -5},
+      {[&] { return Nvme_FWFindSlot(h, &slot); },        {.data = slots}, -22},
+      {[&] { return Nvme_FWFindSlot(h, &slot); },        {.data = third}, 0},
+  };
+  // clang-format on
+  for (const auto &row : rows) {
+    platform.replies.push_back(row.reply);
+    EXPECT_EQ(row.call(), row.result);
+  }
+  EXPECT_EQ(slot, 3);
+}
+
+TEST_F(NvmeLib, LoadsImageFiles) {
+  const TemporaryFile file("image", {1, 2, 3});
+  std::unique_ptr<uint8_t[]> image;
+  size_t size = 0;
+  EXPECT_EQ(Nvme_FWLoadImage(file.path().c_str(), &image, &size), 0);
+  ASSERT_EQ(size, 3u);
+  EXPECT_EQ(image[2], 3);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Nvme_FWLoadImage(file.folder().c_str(), &image, &size), -1);
+  EXPECT_EQ(Nvme_FWLoadImage("/nowhere", &image, &size), -2);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "ERROR: " + file.folder() + " is not a file.\nERROR: Failed to open firmware image.\n");
+  EXPECT_EQ(Nvme_FWLoadImage(nullptr, &image, &size), -22);
+}
+
+}  // namespace

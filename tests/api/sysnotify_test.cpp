@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the host is told around a change of virtual disks, and the guard of the system's disk.
+#include "api_test.h"
+#include "device/vmware/NVMEDevice.h"
+#include "function/systemdisk.h"
+
+namespace {
+
+class SysNotify : public ApiTest {
+ protected:
+  // Script what the hooks read: the controller, its namespaces, and which of its volumes exist.
+  void state(TRX_U8 maxNs, const std::vector<NVME_NS_Info> &namespaces, const std::vector<bool> &volumes) {
+    NVME_Adapter_Info info{};
+    info.MaxNS = maxNs;
+    info.MaxVD = static_cast<TRX_U8>(volumes.size());
+    Bytes list;
+    for (const NVME_NS_Info &ns : namespaces) {
+      const Bytes bytes = bytesOf(ns);
+      list.insert(list.end(), bytes.begin(), bytes.end());
+    }
+    exchange(0, bytesOf(info));
+    exchange(0, list);
+    for (const bool exists : volumes) exchange(exists ? 0 : 7);
+  }
+
+  // Namespace Attachment commands as "select NSID", vendor requests as "group/sub-code".
+  std::string traffic() const {
+    std::string text;
+    for (const Command &command : platform.commands) {
+      if (command.io.cmd.opcode == 0x15) {
+        text += std::to_string(command.io.cmd.cdw10) + " " + std::to_string(command.io.cmd.nsid) + ", ";
+      } else if (command.io.cmd.opcode == 0xCB) {
+        text += std::to_string(command.sent[8]) + "/" + std::to_string(command.sent[10]) + ", ";
+      }
+    }
+    return text;
+  }
+};
+
+NVME_NS_Info ns(TRX_U8 id, TRX_U8 status, TRX_U8 deviceType = TRX_NS_DEVICE_VD) {
+  NVME_NS_Info info{};
+  info.NSID = id;
+  info.device_type = deviceType;
+  info.Status = status;
+  return info;
+}
+
+const std::vector<NVME_NS_Info> kNamespaces = {ns(1, 7), ns(2, 5), ns(3, 3), ns(255, 7),
+                                               ns(4, 7, TRX_NS_DEVICE_PD)};
+
+TEST_F(SysNotify, AttachesAfterTheOnlyVolumeIsCreated) {
+  start();
+  exchange(0);
+  state(5, kNamespaces, {false, true});
+  platform.replies.push_back({.driverStatus = 5, .sct = 1, .sc = 0x19});  // the walk goes on
+  platform.replies.push_back({.driverStatus = 5, .sct = 1, .sc = 0x18});
+  NVME_Create_VD request{};
+  printed([&] { EXPECT_EQ(TRX_VD_Create(0, &request), 0x118u) << "the status of the last"; });
+  EXPECT_EQ(traffic(), "226/3, 224/0, 229/0, 226/0, 226/0, 0 1, 0 3, ");
+  const Bytes &list = platform.commands.back().sent;
+  ASSERT_EQ(list.size(), 4096u);
+  EXPECT_EQ(head(list, 8), (Bytes{34, 0, 0, 0, 1, 0, 2, 0}));
+  EXPECT_EQ(list[2 * 34], 33);
+  EXPECT_EQ(std::count(list.begin() + 70, list.end(), 0), 4096 - 70);
+}
+
+TEST_F(SysNotify, LeavesTheHostAloneWhenItCannotHelp) {
+  start();
+  const std::tuple<const char *, TRX_U8, std::vector<bool>> rows[] = {
+      {"two volumes", 5, {true, true}}, {"no room for any", 5, {}}, {"no namespaces", 0, {true}}};
+  for (const auto &[what, maxNs, volumes] : rows) {
+    exchange(0);
+    state(maxNs, kNamespaces, volumes);
+    NVME_Create_VD request{};
+    EXPECT_EQ(TRX_VD_Create(0, &request), 0u) << what;
+  }
+  exchange(0);
+  exchange(0);
+  exchange(9);  // the list cannot be read
+  NVME_Create_VD request{};
+  EXPECT_EQ(TRX_VD_Create(0, &request), 1u);
+}
+
+TEST_F(SysNotify, ReadsNoMoreNamespacesThanAReplyHolds) {
+  start();
+  exchange(0);
+  state(255, std::vector<NVME_NS_Info>(170, ns(1, 2)), {true});
+  for (int i = 0; i < 170; ++i) platform.replies.push_back({});
+  NVME_Create_VD request{};
+  EXPECT_EQ(TRX_VD_Create(0, &request), 0u);
+}
+
+TEST_F(SysNotify, DetachesBeforeTheOnlyVolumeIsDeleted) {
+  start();
+  state(5, kNamespaces, {true});
+  platform.replies.push_back({});
+  platform.replies.push_back({.driverStatus = 5, .sc = 6});
+  exchange(61);
+  printed([&] { EXPECT_EQ(TRX_VD_Delete(0, 0x0102), 61u); });
+  EXPECT_EQ(traffic(), "224/0, 229/0, 226/0, 1 1, 1 2, 226/4, ");
+  const Bytes &sent = platform.commands[platform.commands.size() - 2].sent;
+  EXPECT_EQ(Bytes(sent.begin() + 16, sent.begin() + 24), (Bytes{2, 1, 0, 0, 0, 0, 0, 0}));
+}
+
+TEST_F(SysNotify, KnowsTheDiskOfTheSystem) {
+  start();
+  EXPECT_EQ(TRX_VD_Has_OS(7, 0), 1u);
+  const auto has = [&](const char *link) {
+    NVME_Adapter_Info info{};
+    std::memcpy(info.Link, link, strlen(link));
+    exchange(0);
+    exchange(0, bytesOf(info));
+    return TRX_VD_Has_OS(0, 0);
+  };
+  EXPECT_EQ(has("SERIAL"), 0u);
+  _NVMEDiskManagement *disks = GetNVMEDiskManagementInstance();
+  const TRX_U16 makers[] = {TRX_OS_DISK_VENDOR_IDS};
+  for (const TRX_U16 vendor : {TRX_U16{0x8086}, makers[0], makers[1], makers[0]}) {
+    Reply identify{.data = Bytes(4096)};
+    std::memcpy(identify.data.data(), &vendor, 2);
+    std::memcpy(&identify.data[4], disks->m_os_count ? "SERIAL" : "OTHER", 5 + disks->m_os_count);
+    if (disks->m_os_count < 2) platform.replies.push_back(identify);
+    disks->addOSDisk(disks, CreateNVMEDeviceInstance("vmhba0", 0), "/dev/disk");
+  }
+  EXPECT_EQ(disks->m_os_count, 2) << "one of somebody else's, and one too many";
+  EXPECT_EQ(has("SERIAL"), 256u);
+  EXPECT_EQ(has("SERIAX"), 0u);
+  EXPECT_EQ(disks->m_os_devs[0]->getNSID(disks->m_os_devs[0], 1), 255);
+}
+
+}  // namespace

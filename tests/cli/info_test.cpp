@@ -1,0 +1,375 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The four listings: whole outputs, what reached the controller, and controllers that fail or lie.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+#include "CliSession.h"
+#include "Functions/info/info.h"
+#include "Public/common.h"
+
+namespace trx::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+constexpr char kHba[] = R"(NVMe Controller ID:                  0
+Device Fun:                          03:00.00
+Device:                              vmhba2
+Slot ID:                             5
+Firmware Version:                    1.2.0.1035
+VID:                                 0x7472
+SVID:                                0x7472
+DID:                                 0x5201
+SDID:                                0x1
+RevisionID:                          0xa1
+Port Count:                          4
+Max PD of Per VD:                    8
+Max VD:                              8
+Max PD:                              8
+Max NS of Per VD:                    8
+Max NS:                              32
+Host ID:                             0
+Supported RAID Mode:                 RAID0 RAID1 RAID10 JBOD 
+Cache:                               On 
+Supported BGA Features:              Initialization Rebuild Sync Migrate MediaPatrol 
+Support Stripe Size:                 128KB 256KB 512KB 
+Supported Features:                  Import RAID Namespace Dump 
+End Point:                           0
+  Link width:                        8x
+  Max PCIe speed:                    8Gb/s
+Root Complex:                        0
+  Link width:                        4x
+  Max PCIe speed:                    8Gb/s
+Root Complex:                        1
+  Link width:                        4x
+  Max PCIe speed:                    8Gb/s
+Root Complex:                        2
+  Link width:                        4x
+  Max PCIe speed:                    8Gb/s
+Root Complex:                        3
+  Link width:                        4x
+  Max PCIe speed:                    5Gb/s
+)";
+
+constexpr char kJbofHba[] = R"(NVMe Controller ID:                  1
+Device Fun:                          04:00.00
+Device:                              vmhba3
+Slot ID:                             Not found
+Firmware Version:                    1.2.0.1035
+VID:                                 0x7472
+SVID:                                0x7472
+DID:                                 0x5201
+SDID:                                0x1
+RevisionID:                          0xa1
+Port Count:                          4
+Max PD:                              8
+Max NS of Per PD:                    8
+Max NS:                              32
+Host ID:                             0
+Supported RAID Mode:                 Not Support
+Cache:                               On 
+Supported Features:                  Import JBOF Namespace Dump 
+End Point:                           0
+  Link width:                        8x
+  Max PCIe speed:                    8Gb/s
+Root Complex:                        0
+  Link width:                        4x
+  Max PCIe speed:                    8Gb/s
+)";
+
+constexpr char kDegradedVd[] = R"(VD ID:               1
+Name:                logs
+Status:              Degrade
+Importable:          No
+RAID Mode:           RAID1
+size:                1788 G
+PD Count:            2
+PDs:                 2 ? 
+Stripe Block Size:   256K
+Sector Size:         512 bytes
+)";
+
+constexpr char kInitialisingVd[] = R"(VD ID:               0
+Name:                datastore
+Status:              Functional
+Importable:          No
+RAID Mode:           RAID1
+size:                894 G
+PD Count:            2
+PDs:                 0 1 
+Stripe Block Size:   128K
+Sector Size:         512 bytes
+BGA progress:        Initializing is running in 37%
+)";
+
+constexpr char kPd[] = R"(PD ID:                  0
+Model:                  Halden HX1 NVMe SSD 960GB               
+Serial:                 HX1S0A7731          
+Stripe Block Size:      256K
+LBA:                    1875385008
+Size:                   894 G
+SSD NVMe Adapter ID:    0
+SSD Namespace ID:       1
+Firmware version:       HX10A02 
+Status:                 Idle
+Assigned:               Yes
+Namespace Count:        1
+)";
+
+constexpr char kNs[] = R"(NS ID:               3
+EUI64:               7472580000000003
+Parent VD ID:        1
+Valid:               Yes
+Active:              No
+Size:                988 G
+VD status:           Unhealthy
+
+)";
+
+TEST(Info, ListsObjects) {
+  CliSession session;
+  const struct {
+    const char *line;
+    std::string out;
+  } rows[] = {
+      {"info -o hba -i 2", "\nUnable to get info of NVMe Controller\n"},
+      {"info -o vd -i 1", kDegradedVd},
+      {"info -o ld --id=0", kInitialisingVd},
+      {"info -o vd -i 7", "\nUnable to get info of VD\n"},
+      {"info -o pd -i 0", kPd},
+      {"info -o hd -i 8", "\nUnable to get info of PD\n"},
+      {"info -o ns -i 3", kNs},
+      {"info -o ns -i 9", "\nUnable to get info of NS\n"},
+      {"info -o ns -t vd -v 1 -i 3", kNs},
+      {"info -o ns -t ld -v 3", "No Namespace Info Exist.\n"},
+      {"info -o ns -t vd", "\nUnable to get info of VD\n"},
+  };
+  for (const auto &row : rows) {
+    CommandResult result = session.run(row.line);
+    EXPECT_EQ(result.out, row.out) << row.line;
+    EXPECT_EQ(result.status, 0) << row.line;
+  }
+  EXPECT_EQ(session.host().violations(), "");
+}
+
+// In a process of its own: where an adapter sits is asked of the host.
+TEST(Info, ListsAdapters) {
+  SimHost host;
+  const std::string hba = kHba, jbof = kJbofHba;
+  EXPECT_EQ(host.cli({"info", "-o", "hba"}).out, hba + "\n" + jbof + "\nTotal # of HBA:      2\n\n");
+  EXPECT_EQ(host.cli({"1", "info", "-o", "HBA"}).out, jbof) << "the adapter named on the command line";
+  EXPECT_EQ(host.cli({"info", "-o", "hba", "-i", "0"}).out, hba);
+}
+
+TEST(Info, WalksAllObjectsAndCountsThem) {
+  CliSession session;
+  const struct {
+    const char *line;
+    const char *first;
+    const char *total;
+    size_t blocks;
+  } rows[] = {
+      {"info -o vd", "\nVD ID:               0\n", "\n\nTotal # of VD:       4\n\n", 4},
+      {"info -o pd", "\nPD ID:                  0\n", "\n\nTotal # of PD:          8\n\n", 8},
+      {"info -o ns", "NS ID:               1\n", "\n\nTotal # of NS:       4\n\n", 4},
+      {"info -o ns -t vd -v 1", "NS ID:               2\n", "\n\nTotal # of NS:       2\n\n", 2},
+  };
+  for (const auto &row : rows) {
+    std::string out = session.run(row.line).out;
+    EXPECT_THAT(out, StartsWith(row.first)) << row.line;
+    EXPECT_THAT(out, ::testing::EndsWith(row.total)) << row.line;
+    size_t blocks = 0;
+    for (size_t at = 0; (at = out.find("\n\n", at)) != std::string::npos; at += 2) ++blocks;
+    EXPECT_EQ(blocks, row.blocks + 1) << "an empty line after each block and after the total: " << row.line;
+  }
+  // The walk tries PortCount * MaxPD ids.
+  session.requests();
+  session.run("info -o pd");
+  EXPECT_THAT(session.requests(), SizeIs(32));
+}
+
+TEST(Info, SaysWhenThereIsNothing) {
+  CliSession session("empty");
+  EXPECT_EQ(session.run("info -o pd").out, "\nNo physical disk is found.\n");
+  EXPECT_EQ(session.run("info -o vd").out, "\nNo virtual disk is found.\n");
+  EXPECT_EQ(session.run("info -o ns").out, "No Namespace Info Exist.\n");
+}
+
+TEST(Info, ChecksOptionsInTheirOrder) {
+  CliSession session;
+  const struct {
+    const char *line;
+    int32_t status;
+    const char *out;
+  } rows[] = {
+      {"info -o hba -o pd", 1, "Duplicated option specified.\n"},
+      {"info -i 1 -i x", 1, "-i : id should be a number\nDuplicated option specified.\n"},
+      {"info -i 1", 1, "info: option -o is required\n"},
+      {"inf -i 1", 1, "inf: option -o is required\n"},
+      {"info -o disk", 1, "-o : invalid object 'disk'.\n"},
+      {"info -i x -o pd", 1, "-i : id should be a number\ninfo: option -o is required\n"},
+      {"info -o pd -i x", 1, "-i : id should be a number\n"},
+      {"info -o ns -t pd", 1, "-t : invalid type 'pd'\n"},
+      {"info -o ns -v x", 1, "-v : VD id should be a number\n"},
+      {"info -o pd -z", 1, ""},
+  };
+  session.requests();
+  for (const auto &row : rows) {
+    CommandResult result = session.run(row.line);
+    EXPECT_EQ(result.out, row.out) << row.line;
+    EXPECT_EQ(result.status, row.status) << row.line;
+  }
+  EXPECT_EQ(session.run("info -z").err, "info: illegal option -- z\n");
+  const char *kDescription =
+      "Description:For display NVMe Controller(hba), virtual disk(vd), physical disk(pd) or "
+      "Namespace(ns) information.\ninfo -o <hba";
+  EXPECT_THAT(session.run("info").out, StartsWith(kDescription));
+  EXPECT_EQ(session.run("info").status, 1);
+  EXPECT_THAT(session.run("info --help").out, StartsWith(kDescription));
+  EXPECT_EQ(session.run("info -h").status, 0);
+  EXPECT_THAT(session.requests(), ElementsAre()) << "nothing of this reaches a controller";
+}
+
+TEST(Info, CountsFromOneWhereUsersDo) {
+  CliSession session;
+  g_oneBaseMode = 1;
+  EXPECT_THAT(session.run("info -o hba -i 1").out, StartsWith("NVMe Controller ID:                  1\n"));
+  EXPECT_THAT(session.run("info -o hba -i 1").out, HasSubstr("\nHost ID:                             1\n"));
+  std::string vd = session.run("info -o vd -i 2").out;
+  EXPECT_THAT(vd, StartsWith("VD ID:               2\n"));
+  EXPECT_THAT(vd, HasSubstr("\nPDs:                 3 ? \n"));
+  std::string pd = session.run("info -o pd -i 1").out;
+  EXPECT_THAT(pd, StartsWith("PD ID:                  1\n"));
+  EXPECT_THAT(pd, HasSubstr("\nSSD NVMe Adapter ID:    1\nSSD Namespace ID:       1\n"));
+  std::string ns = session.run("info -o ns -i 3").out;
+  EXPECT_THAT(ns, StartsWith("NS ID:               3\n")) << "namespaces never are";
+  EXPECT_THAT(ns, HasSubstr("\nParent VD ID:        2\n"));
+
+  EXPECT_EQ(session.run("info -o pd -i 0").out, "-i : id should be a number\n\nUnable to get info of PD\n");
+  EXPECT_THAT(session.run("info -o hba -i 0").out, HasSubstr("Total # of HBA:      2\n"))
+      << "255: all of them";
+}
+
+TEST(Info, SendsAndTracesItsRequests) {
+  CliSession session;
+  session.run("--debug");
+  session.requests();
+  EXPECT_THAT(session.run("info -o vd -i 1").out,
+              HasSubstr("CDW[0] : 0x000000e2\nCDW[12]: 0x000002e3\nCDW[14]: 0x00000001\ncmd_status: 0x0\n"));
+  EXPECT_THAT(
+      session.requests(),
+      ElementsAre(
+          HasSubstr("op=e2 nsid=0 cdw2=0 cdw10=0 cdw11=0 cdw12=e2 cdw13=0 cdw14=1 cdw15=0 dir=1 len=4096"),
+          HasSubstr("cdw12=2e3 cdw13=0 cdw14=1 cdw15=0 dir=1 len=4096")));
+  session.run("info -o ns -t vd -v 259 -i 9");
+  EXPECT_THAT(session.requests(), ElementsAre(HasSubstr("cdw12=301e5 cdw13=0 cdw14=0 ")));
+  session.run("info -o ns -i 3");
+  EXPECT_THAT(session.requests(),
+              ElementsAre(HasSubstr(" cdw12=e5 "), HasSubstr(" op=6 nsid=3 cdw2=0 cdw10=0 ")));
+  session.run("info -o hba -i 0");
+  EXPECT_THAT(session.requests(),
+              ElementsAre(HasSubstr(" cdw12=e0 "), HasSubstr(" op=6 nsid=0 cdw2=0 cdw10=14 ")));
+  EXPECT_EQ(session.host().violations(), "");
+}
+
+TEST(Info, TellsWhenTheControllerFails) {
+  CliSession session;
+  const struct {
+    const char *fault;
+    const char *line;
+    const char *out;
+  } rows[] = {
+      {"group=e1 nvme=6", "info -o pd -i 0", "\nUnable to get info of PD\n"},
+      {"group=e1 signature", "info -o pd -i 0", "\nUnable to get info of PD\n"},
+      {"group=e1 status=6", "info -o pd -i 0", "\nUnable to get info of PD\n"},
+      {"group=e1 ones", "info -o pd -i 0", "\nUnable to get info of PD\n"},
+      {"group=e1 short=3", "info -o pd -i 0", "PD ID:                  0\nModel:                  \n"},
+      {"group=e2 platform=5", "info -o vd -i 0", "\nUnable to get info of VD\n"},
+      {"group=e3 status=7", "info -o vd -i 1", kDegradedVd},
+      {"group=e5 short=0", "info -o ns", "\nUnable to get info of VD\n"},
+      {"group=e5 sub=1 garbage", "info -o ns -t vd -v 0", "\nUnable to get info of VD\n"},
+      {"group=e0 nvme=6", "info -o hba -i 1", "\nUnable to get info of NVMe Controller\n"},
+      {"adapter=vmhba3 group=e0 platform=1", "info -o hba",
+       "\nUnable to get info of NVMe Controller 1\nTotal # of HBA:      2\n\n"},
+      {"op=6 nvme=6", "info -o ns -i 3",
+       "NS ID:               3\n\nFailed to get primary controller.\nEUI64:               "
+       "0000000000000000\n"},
+      {"op=6 nvme=6", "info -o hba -i 0",
+       "\nFailed to get primary controller.\nHost ID:                             0\n"},
+  };
+  for (const auto &row : rows) {
+    Words words{"add"};
+    std::istringstream split(row.fault);
+    for (std::string word; split >> word;) words.push_back(word);
+    ASSERT_EQ(session.host().sim("fault", words).status, 0) << row.fault;
+    CommandResult result = session.run(row.line);
+    EXPECT_THAT(result.out, HasSubstr(row.out)) << row.fault << ": " << row.line;
+    EXPECT_EQ(result.status, 0) << row.line;
+    session.host().sim("fault", {"clear"});
+  }
+}
+
+/// What a printer wrote.
+template <typename Print>
+std::string printed(Print print) {
+  char *text = nullptr;
+  size_t length = 0;
+  stream = open_memstream(&text, &length);
+  print();
+  std::fclose(stream);
+  stream = stdout;
+  std::string out(text, length);
+  std::free(text);
+  return out;
+}
+
+TEST(InfoPrinters, BoundWhatADeviceSays) {
+  NVME_PD_Info disk{};
+  std::fill(std::begin(disk.Model), std::end(disk.Model), ' ');
+  disk.Model[39] = 'M';
+  std::fill(std::begin(disk.SerialNo), std::end(disk.SerialNo), 'S');
+  std::fill(std::begin(disk.FWVersion), std::end(disk.FWVersion), ' ');
+  disk.SectorSize = 0xFFFFFFFF;
+  disk.LBA.value = UINT64_MAX;
+  disk.Status = 0x1F;
+  std::string out = printed([&] { HD_PrintInfo(disk, false); });
+  EXPECT_THAT(out, HasSubstr("Model:                 " + std::string(1 + 39 - 15, ' ') + "M\n"))
+      << "15 blanks skipped";
+  EXPECT_THAT(out, HasSubstr("Serial:                 SSSSSSSSSSSSSSSSSSSS\n"));
+  EXPECT_THAT(out, HasSubstr("Firmware version:       \nStatus:                 Fail\nAssigned:              "
+                             " Yes\nImportable:             Yes\n"));
+
+  NVME_VD_Info volume{};
+  volume.MemberCount = 255;
+  volume.RaidMode = TRX_RAID_MODE_60;
+  volume.NumParityDisk = 2;
+  volume.StripBlockSize = 1024;
+  volume.Status = 12;
+  volume.Importable = 2;
+  std::fill(std::begin(volume.Name), std::end(volume.Name), 'n');
+  out = printed([&] { LD_PrintInfo(volume); });
+  EXPECT_THAT(out, HasSubstr("Name:                nnnnnnnnnnnnnnnn\nStatus:              N/A\nImportable:   "
+                             "       No\nRAID Mode:           RAID60\n"));
+  EXPECT_EQ(std::count(out.begin(), out.end(), '0'), 32 + 2 + 1) << "32 members, whatever the count says";
+  EXPECT_THAT(out, ::testing::EndsWith("Parity Disk Number:  2\nStripe Block Size:   512K\n"));
+
+  const struct {
+    NVME_BGA_Status activity;
+    const char *line;
+  } rows[] = {
+      {{0, TRX_NVME_BGA_TYPE_VD_MEDIAPATROL, 0, 255, TRX_NVME_BGA_STATUS_PAUSE, {}},
+       "BGA progress:        Media Patrol is pause in 255%\n"},
+      {{0, TRX_NVME_BGA_TYPE_HD_MEDIAPATROL, 0, 1, TRX_NVME_BGA_STATUS_RUNNING, {}},
+       "BGA progress:        unknown BGA action is running in 1%\n"},
+      {{0, TRX_NVME_BGA_TYPE_VD_REBUILD, 0, 1, 3, {}}, ""},
+  };
+  for (const auto &row : rows) EXPECT_EQ(printed([&] { VD_PrintBGAStatus(row.activity); }), row.line);
+}
+
+}  // namespace
+}  // namespace trx::test

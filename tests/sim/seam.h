@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A simulated host in a directory of its own, and a caller of its management library in process.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/directory.h"
+#include "host/files.h"
+#include "topology/topology.h"
+#include "trx/trx_records.h"
+#include "vmkmgmt.h"
+
+extern "C" {
+int vmk_MgmtUserInit(vmk_MgmtApiSignature *, uint64_t, void **);
+int vmk_MgmtUserCallbackInvokeInt(void *, uint64_t, uint64_t, ...);
+void vmk_MgmtUserDestroy(void *);
+}
+
+namespace simtest {
+
+inline std::string topologyFile(const std::string &name) {
+  bool exists = false;
+  return sim::readText(std::string(TRX_SIM_TOPOLOGIES) + "/" + name, exists);
+}
+
+/// One page-aligned page, as the seam wants its buffers.
+struct alignas(4096) Page {
+  uint8_t bytes[4096] = {};
+  template <typename Record>
+  Record at(size_t offset) const {
+    Record record;
+    std::memcpy(&record, bytes + offset, sizeof record);
+    return record;
+  }
+};
+
+/// What a command gave.
+struct Result {
+  int platform = 0;
+  uint32_t status = 0;  ///< the driver's
+  unsigned sct = 0, sc = 0;
+  bool ok() const { return platform == 0 && status == 0; }
+  unsigned folded() const { return sct << 8 | sc; }
+};
+
+inline vmk_MgmtCallbackInfo callback(uint64_t id, size_t size1, uint32_t type1, size_t size2,
+                                     uint32_t type2) {
+  return {VMK_MGMT_CALLBACK_KERNEL, nullptr, 1, 2, {size1, size2}, {type1, type2}, id};
+}
+
+/// The two signatures that a program uses, to be sent as they are or broken first.
+struct Signature {
+  explicit Signature(const std::string &name) {
+    bool global = name == "nvmeMgmt";
+    std::snprintf(value.name, sizeof value.name, "%s", name.c_str());
+    std::snprintf(value.vendor, sizeof value.vendor, "VMware");
+    value.version = VMK_MGMT_VERSION;
+    value.numCallbacks = 2;
+    callbacks[0] = global ? callback(16, 4, VMK_MGMT_PARMTYPE_OUT, 5120, VMK_MGMT_PARMTYPE_OUT)
+                          : callback(16, 4, VMK_MGMT_PARMTYPE_IN, 208, VMK_MGMT_PARMTYPE_OUT);
+    callbacks[1] = global ? callback(17, 4, VMK_MGMT_PARMTYPE_IN, 4, VMK_MGMT_PARMTYPE_IN)
+                          : callback(17, 4, VMK_MGMT_PARMTYPE_IN, 120, VMK_MGMT_PARMTYPE_INOUT);
+    value.callbacks = callbacks;
+  }
+  int init(void **handle) { return vmk_MgmtUserInit(&value, 0, handle); }
+  vmk_MgmtCallbackInfo callbacks[2]{};
+  vmk_MgmtApiSignature value{};
+};
+
+/// A test with a host. The state directory goes with it.
+class Host : public testing::Test {
+ protected:
+  void SetUp() override {
+    char name[] = "/tmp/trx_sim_test_XXXXXX";
+    ASSERT_NE(mkdtemp(name), nullptr);
+    directory = name;
+    setenv("TRX_SIM_STATE", name, 1);
+  }
+  void TearDown() override {
+    EXPECT_EQ(violations(), expectedViolations) << "what the controller held against its caller";
+    unsetenv("TRX_SIM_STATE");
+    std::filesystem::remove_all(directory);
+  }
+  void make(const std::string &topology) { sim::createHost(directory, sim::parseTopology(topology)); }
+  void makeFrom(const std::string &file) { make(topologyFile(file)); }
+
+  std::string violations() const {
+    bool exists = false;
+    return sim::readText(directory + "/violations.log", exists);
+  }
+  /// Takes the record of violations, so that none is left at the end.
+  std::string takeViolations() const {
+    std::string text = violations();
+    std::filesystem::remove(directory + "/violations.log");
+    return text;
+  }
+
+  /// A block as a well-behaved program makes it.
+  static usr_io block(uint8_t opcode, uint32_t cdw12 = 0) {
+    usr_io uio{};
+    uio.cmd.opcode = opcode;
+    uio.cmd.cdw12 = cdw12;
+    uio.direction = TRX_FROM_CONTROLLER;
+    uio.timeoutUs = 100'000'000;
+    return uio;
+  }
+  static usr_io withPage(usr_io uio, Page &page, uint8_t direction = TRX_FROM_CONTROLLER) {
+    uio.direction = direction;
+    uio.addr = reinterpret_cast<uint64_t>(page.bytes);
+    uio.length = sizeof page.bytes;
+    return uio;
+  }
+
+  static Result send(usr_io &uio, const std::string &adapter = "vmhba2", uint32_t code = 1) {
+    Result result;
+    void *handle = nullptr;
+    result.platform = Signature("nvmeMgmt-" + adapter).init(&handle);
+    if (result.platform != 0) return result;
+    result.platform = vmk_MgmtUserCallbackInvokeInt(handle, 0, 17, &code, &uio);
+    vmk_MgmtUserDestroy(handle);
+    result.status = uio.status;
+    result.sct = uio.comp.SCT;
+    result.sc = uio.comp.SC;
+    return result;
+  }
+  static Result send(usr_io &&uio, const std::string &adapter = "vmhba2") { return send(uio, adapter); }
+
+  /// A controller function that answers with a page.
+  static Result function(uint32_t cdw12, uint32_t cdw14, Page &page, const std::string &adapter = "vmhba2") {
+    usr_io uio = withPage(block(0xE2, cdw12), page);
+    uio.cmd.cdw14 = cdw14;
+    return send(uio, adapter);
+  }
+
+  static usr_io pairBlock(uint8_t opcode, Page &page) {
+    usr_io uio = withPage(block(opcode), page, opcode == 0xCB ? TRX_TO_CONTROLLER : TRX_FROM_CONTROLLER);
+    uio.cmd.cdw10 = 1024;
+    uio.cmd.cdw15 = TRX_SIGNATURE_WORD;
+    return uio;
+  }
+  static void envelope(Page &page, std::vector<uint16_t> words, const void *data, size_t length) {
+    NVMESendData envelope{};
+    std::memcpy(envelope.sign, "TRX", 4);
+    envelope.cmd_length = static_cast<uint8_t>(words.size());
+    envelope.data_offset = 16;
+    envelope.data_length = static_cast<uint16_t>(length);
+    std::copy(words.begin(), words.end(), envelope.vendor_cmd);
+    if (length != 0) std::memcpy(envelope.data, data, length);
+    std::memcpy(page.bytes, &envelope, sizeof envelope);
+  }
+  /// A whole pair exchange; the firmware's status, or 0x1000 when it did not come to one.
+  static unsigned pair(std::vector<uint16_t> words, const void *data, size_t length, Page &answer,
+                       const std::string &adapter = "vmhba2") {
+    auto page = std::make_unique<Page>();
+    envelope(*page, std::move(words), data, length);
+    if (!send(pairBlock(0xCB, *page), adapter).ok()) return 0x1000;
+    if (!send(pairBlock(0xCE, answer), adapter).ok()) return 0x1000;
+    return std::memcmp(answer.bytes, "TRX", 3) == 0 ? answer.bytes[4] : 0x1000U;
+  }
+  template <typename Record>
+  static unsigned pair(std::vector<uint16_t> words, const Record &record) {
+    Page answer;
+    return pair(std::move(words), &record, sizeof record, answer);
+  }
+
+  NVME_VD_Info volume(uint32_t id) {
+    Page page;
+    EXPECT_TRUE(function(0xE2, id, page).ok());
+    return page.at<NVME_VD_Info>(8);
+  }
+  std::string journal() {
+    std::string text;
+    for (uint32_t offset = 0; offset < 65536; offset += 4096) {
+      Page page;
+      usr_io uio = withPage(block(0xE2, 0x4FE), page);
+      uio.cmd.cdw10 = 0x3FF;
+      uio.cmd.cdw13 = offset;
+      uio.cmd.cdw14 = 4096;
+      EXPECT_TRUE(send(uio).ok());
+      text += std::string(reinterpret_cast<char *>(page.bytes) + 40,
+                          strnlen(reinterpret_cast<char *>(page.bytes) + 40, 4056));
+    }
+    return text;
+  }
+
+  std::string directory;
+  std::string expectedViolations;
+};
+
+}  // namespace simtest

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A scripted stand-in for the platform's management library: it records every signature and every
+// command, and answers from a script. A command without a reply, and a reply without a command, are
+// failures (see ApiTest).
+#ifndef TRX_TESTS_FAKE_PLATFORM_H
+#define TRX_TESTS_FAKE_PLATFORM_H
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "trx/trx_records.h"
+
+using Bytes = std::vector<uint8_t>;
+
+struct Signature {
+  std::string name, vendor;
+  uint32_t version = 0;
+  std::vector<uint64_t> callbackIds = {};
+  std::vector<size_t> parameterSizes = {};
+  std::vector<uint32_t> parameterTypes = {};
+};
+
+struct Command {
+  std::string signature;  ///< of the adapter that it went to
+  int code = 0;           ///< of the driver's callback
+  alignas(8) usr_io io{};
+  Bytes sent;            ///< data to the controller
+  bool aligned = false;  ///< the buffer was page-aligned, and zero where nothing was sent, to 4096 bytes
+};
+
+struct Reply {
+  Bytes data = {};
+  int platformStatus = 0;
+  uint32_t driverStatus = 0;
+  uint8_t sct = 0, sc = 0;
+};
+
+struct FakePlatform {
+  std::vector<nvmeAdapterInfo> adapters;
+  uint32_t count = 0;  ///< of adapters, as it is told
+  int listStatus = 0;
+  int openStatus = 0;
+  std::deque<Reply> replies;
+  std::function<Reply(const Command &)> answer;  ///< when the script is at its end
+
+  std::vector<Signature> signatures;
+  std::vector<Command> commands;
+  std::vector<int> logLevels;
+  int openHandles = 0;
+  int unexpected = 0;
+
+  void addAdapter(const std::string &name);
+};
+
+FakePlatform &fakePlatform();
+
+#endif  // TRX_TESTS_FAKE_PLATFORM_H
