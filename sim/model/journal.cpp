@@ -70,7 +70,8 @@ void appendToPages(Journal &journal, std::string_view line) {
 
 void spiLine(Adapter &adapter, Millis now, std::string_view text) {
   if (!adapter.core.dumpOn) return;
-  std::string line = "[" + std::to_string(now / 1000) + "] " + std::string(text) + "\n";
+  std::string line = "[";
+  line.append(std::to_string(now / 1000)).append("] ").append(text).append("\n");
   auto &log = adapter.spiLog;
   log.insert(log.end(), line.begin(), line.end());
   if (log.size() > kSpiLogLimit) {

@@ -131,8 +131,8 @@ typedef struct _NVME_Adapter_Info {
   TRX_U32 MaxFlashSize; /**< bytes; 0: no limit told */
   TRX_U16 MaxBufferSize;
   TRX_U16
-      SupportRAIDMode; /**< bits: 0 RAID0, 1 RAID1, 2 JBOD, 3 RAID10, 4 RAID5, 5 RAID50, 6 RAID6, 7 RAID60 */
-  TRX_U8 Cache;        /**< 0 off, 1 on */
+  SupportRAIDMode; /**< bits: 0 RAID0, 1 RAID1, 2 JBOD, 3 RAID10, 4 RAID5, 5 RAID50, 6 RAID6, 7 RAID60 */
+  TRX_U8 Cache;    /**< 0 off, 1 on */
   TRX_U8 SupportBGAFeature;   /**< bits: 0 initialisation, 1 rebuild, 2 sync, 3 migrate, 4 media patrol */
   TRX_U8 StripeSizeSupported; /**< bits: 0 128 KB, 1 256 KB, 2 512 KB */
   TRX_U8 Reserved3[1];

@@ -12,14 +12,14 @@
 /// of trx_api.h.
 struct _Device {
   TRXLock *m_lock;  ///< keeps other processes away from this controller; may be null
-  TRX_U32 (*sendCommand)
+  TRX_U32(*sendCommand)
   (_Device *device, TRX_U8 opcode, TRX_U32 nsid, const TRX_U32 *cdw, TRX_U8 count, const void *in,
    TRX_U16 in_length, void *out, TRX_U16 out_length);
-  TRX_U32 (*sendNVM)
+  TRX_U32(*sendNVM)
   (_Device *device, TRX_U8 opcode, TRX_U32 nsid, const TRX_U32 *cdw, TRX_U8 count, const void *in,
    TRX_U16 in_length, void *out, TRX_U16 out_length);
   /// `entry` is a 64-byte submission entry (NVMe base standard, common command format).
-  TRX_U32 (*sendPassthruAdmin)
+  TRX_U32(*sendPassthruAdmin)
   (_Device *device, const void *entry, const void *in, TRX_U16 in_length, void *out, TRX_U16 out_length);
   void (*closeHandle)(_Device *device);
   _Device *(*getNVMEDevice)(_Device *device);  ///< the device that talks NVMe without an envelope
