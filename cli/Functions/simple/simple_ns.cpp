@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "Functions/handlers.h"
+#include "Functions/simple/namespace_table.h"
 #include "Functions/simple/simple_info.h"
 #include "Public/identify.h"
 #include "Public/numbers.h"
@@ -183,41 +184,11 @@ TRX_U32 selectControllers(TRX_U32 nsid, bool detach, const ControllerList &contr
                            sizeof page.bytes, nullptr, 0);
 }
 
-// ---- the namespaces that exist ----
-
-struct NamespaceRow {
-  TRX_U8 NSID;
-  Eui64 eui64;
-};
-
-std::vector<NamespaceRow> readNamespaceTable() {
-  std::vector<NVME_NS_Info> entries;
-  if (summaryOf(gCurrentAdapter).MaxNS != 0) readHostNamespaces(entries);
-  std::vector<NamespaceRow> table;
-  for (const NVME_NS_Info &entry : entries) {
-    if (entry.Status != 0) table.push_back({entry.NSID, namespaceEui64(entry.NSID)});
-  }
-  return table;
-}
-
-/// Id of the namespace with this EUI-64, typed in lower case; -1 when there is none.
-int32_t getNSIDfromEUI64(const std::vector<NamespaceRow> &table, const char *text) {
-  if (summaryOf(gCurrentAdapter).MaxNS == 0) {
-    std::fputs("Get MaxNS from adapter info fail.\n", stream);
-    return -1;
-  }
-  for (const NamespaceRow &row : table) {
-    // All zeros is what a namespace without an EUI-64 shows; it names none.
-    if (row.eui64 != Eui64{} && toText(row.eui64) == text) return row.NSID;
-  }
-  return -1;
-}
-
 // ---- actions ----
 
 /// Find the namespace that -e or -i names; -e goes before -i.
 /// @return whether there is one; says so when there is none
-bool findNamespace(Options &o, const char *command, const std::vector<NamespaceRow> &table) {
+bool findNamespace(Options &o, const char *command, const NamespaceTable &table) {
   if (!o.id.given() && !o.eui64.given()) {
     return complain("%s: option -%c or -%c is required\n", command, 'i', 'e');
   }
@@ -234,7 +205,7 @@ int32_t init(const Options &o, const char *command) {
                      {"\nInitial NS successfully\n", "\nUnable to initial NS\n"});
 }
 
-int32_t share(Options &o, const char *command, const std::vector<NamespaceRow> &table) {
+int32_t share(Options &o, const char *command, const NamespaceTable &table) {
   if (!findNamespace(o, command, table)) return 0;
   if (!o.shared.given()) return complainRequired(command, 's', 0);
   return sendAndTell(shareNamespace(o.id.value, o.shared.value, o.controller.value),
@@ -249,7 +220,7 @@ int32_t create(const Options &o, const char *command) {
                      {"\nCreate NS successfully\n", "\nUnable to create NS\n"});
 }
 
-int32_t attachOrDetach(Options &o, const char *command, const std::vector<NamespaceRow> &table) {
+int32_t attachOrDetach(Options &o, const char *command, const NamespaceTable &table) {
   if (!(summaryOf(gCurrentAdapter).Features & TRX_FEATURE_NAMESPACE)) {
     std::fputs("Namespace management and attachment is not support.\n", stream);
     return 0;
@@ -283,7 +254,7 @@ int32_t show(const Options &o) {
 
 int32_t doSNS(int argc, char **argv, const Command_Info *row) {
   // Read on every call, with the help too: its trace and its complaints come first.
-  const std::vector<NamespaceRow> table = readNamespaceTable();
+  const NamespaceTable table = readNamespaceTable();
   Options o;
   if (auto end = readOptions(argc, argv, row, kOptions, o, 0)) return *end;
   if (anyRepeated(o.action, o.id, o.number, o.shared, o.controller, o.lba, o.controllers, o.primary, o.list,
