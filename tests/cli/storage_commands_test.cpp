@@ -65,7 +65,6 @@ TEST(Vd, ReadsItsOptionsAndSendsOneRequest) {
     {"vd --sbs", 0, "-b : invalid stripe block size ''.\n"},
     {"vd -d 0,32", 0, "-d : invalid PD ID '0,32'\n"},
   });
-  EXPECT_EQ(session.run("vd -z").err, "vd: illegal option -- z\n");
   dbg_enable = true;
   expectRows(session, {{"vd -a delete -i 9", 0x707,
     "CDW[0] : 0x000000e2\nCDW[12]: 0x000904e2\nCDW[13]: 0x00000000\nCDW[14]: 0x00000000\ncmd failed.\n",
@@ -75,7 +74,6 @@ TEST(Vd, ReadsItsOptionsAndSendsOneRequest) {
   expectRows(session, {
     {"vd -a delete -i 2", 0x707, kFailed, "0 104e2 0 0"},
     {"vd -a delete -i 0", 0, "-i : invalid id '0'\n"},
-    {"vd -d 1,0", 0, "-d : invalid PD ID '1,0'\n"},
     {"vd -a create -r 1 -d 1,256,32", 0x706, kFailed, "0 10003e2 80000001 0"},
   });
 }
@@ -90,9 +88,7 @@ TEST(Bga, StartsAndStops) {
     {"mp -i 65536", 0, "-i : invalid vd id '65536'.\n"},
   });
   g_oneBaseMode = 1;
-  expectRows(session, {
-    {"rebuild -i 1 -d 0", 0, "-i : invalid pd id '0'.\n"},
-  });
+  expectRows(session, {{"rebuild -i 1 -d 0", 0, "-i : invalid pd id '0'.\n"}});
 }
 
 TEST(Import, AdoptsOnTheChosenAdapterWhatTheCurrentOneShows) {
@@ -135,7 +131,6 @@ TEST(Ns, ReadsItsOptionsAndSendsOneRequest) {
     {"ns -a init -i 1 -n 2", 0, "\nInitial NS successfully\n", "0 2e5 0 2"},
     {"ns -i 1 -a init -n 2", 0, "\nInitial NS successfully\n", "0 102e5 0 2"},
     {"ns -a create -i 0", 0, "invalid id '0'\n"},
-    {"ns -d 1,0", 0, "invalid controller id '0'\n"},
   });
 }
 // clang-format on
@@ -194,9 +189,8 @@ TEST(Log, RefusesWhatCannotBeRead) {
   EXPECT_EQ(show({"add", "nvme=6", "group=fe", "sub=2"}).out, unable + empty);
   EXPECT_EQ(show({"add", "nvme=6", "group=fe", "sub=0"}).status, 6);
   EXPECT_EQ(show({"add", "ones", "group=fe", "sub=0"}).out, "Error SPI data length: 65535\n");
-  CommandResult unopened = session.run("log -a show --outputfile=/nonexistent/x");
-  EXPECT_EQ(unopened.out, "Unable to open file '/nonexistent/x': No such file or directory\n");
-  EXPECT_EQ(unopened.status, 1);
+  expectRows(session, {{"log -a show --outputfile=/nonexistent/x", 1,
+                        "Unable to open file '/nonexistent/x': No such file or directory\n"}});
 }
 
 }  // namespace
