@@ -7,8 +7,8 @@ namespace sim {
 namespace {
 
 using Table = std::span<const Function> (*)();
-constexpr Table kTables[] = {adapterFunctions,  diskFunctions,      volumeFunctions,
-                             activityFunctions, namespaceFunctions, eventFunctions};
+constexpr Table kTables[] = {adapterFunctions,   diskFunctions,  volumeFunctions,  activityFunctions,
+                             namespaceFunctions, eventFunctions, settingsFunctions};
 
 std::string checkDwords(const Function &function, const Command &command, uint16_t argument) {
   const DirectDoor &door = function.direct;

@@ -77,6 +77,7 @@ std::span<const Function> volumeFunctions();
 std::span<const Function> activityFunctions();
 std::span<const Function> namespaceFunctions();
 std::span<const Function> eventFunctions();
+std::span<const Function> settingsFunctions();
 
 const Function *findFunction(uint32_t group, uint32_t subCode);
 

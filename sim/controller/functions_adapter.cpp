@@ -3,7 +3,6 @@
 #include "controller/functions.h"
 #include "model/activities.h"
 #include "model/journal.h"
-#include "model/storage.h"
 
 namespace sim {
 namespace {
@@ -12,11 +11,6 @@ Answer directInfo(Context &context, const DirectCall &) { return bytesOf(context
 Answer pairInfo(Context &context, const PairCall &) { return bytesOf(context.state().core.info); }
 Answer directConfig(Context &context, const DirectCall &) { return bytesOf(context.state().core.config); }
 Answer pairConfig(Context &context, const PairCall &) { return bytesOf(context.state().core.config); }
-
-/// What the journal shows of a rate: the share of the controller that activities get.
-uint32_t ratePercent(uint8_t rate) {
-  return rate == TRX_BGA_RATE_HIGH ? 80 : rate == TRX_BGA_RATE_MEDIUM ? 50 : 20;
-}
 
 Answer setConfig(Context &context, const NVME_Adapter_Config &config) {
   bool known = config.BGARate == TRX_BGA_RATE_HIGH || config.BGARate == TRX_BGA_RATE_MEDIUM ||
@@ -57,25 +51,6 @@ Answer pairSetConfig(Context &context, const PairCall &call) {
   return setConfig(context, config);
 }
 
-enum LedObject : uint8_t { kLedDisk = 0, kLedVolume = 1 };
-
-Answer pairLed(Context &context, const PairCall &call) {
-  auto led = recordFrom<NVME_LED>(call.data);
-  if (led.type > kLedVolume) return Fw::InvalidParameter;
-  std::vector<uint16_t> disks;
-  if (led.type == kLedVolume) {
-    const Volume *volume = findVolume(context.state(), led.id);
-    if (!volume) return Fw::InvalidVolume;
-    disks.assign(volume->members, volume->members + volume->memberCount);
-  } else {
-    if (!findDisk(context.state(), led.id)) return Fw::InvalidDisk;
-    disks.push_back(led.id);
-  }
-  for (uint16_t id : disks)
-    if (Disk *disk = findDisk(context.change(), id)) disk->led = led.action;
-  return Fw::Ok;
-}
-
 // clang-format off
 constexpr Function kFunctions[] = {
     {0xE0, 0x00, "adapter information",
@@ -84,8 +59,6 @@ constexpr Function kFunctions[] = {
      {directConfig, dwords(10), 0, Transfer::Reply}, {pairConfig}},
     {0xE0, 0x02, "set configuration",
      {directSetConfig, dwords(14)}, {pairSetConfig, 2, sizeof(NVME_Adapter_Config)}},
-    {0xE0, 0x07, "LED",
-     {}, {pairLed, 2, sizeof(NVME_LED)}},
 };
 // clang-format on
 

@@ -6,6 +6,7 @@
 #include "host/faults.h"
 #include "launcher/verbs.h"
 #include "model/activities.h"
+#include "model/devices.h"
 #include "model/state_file.h"
 #include "model/storage.h"
 
@@ -31,7 +32,9 @@ void showDisks(const Adapter &adapter) {
     const Volume *volume = volumeOfDisk(adapter, disk.id);
     if (!disk.present) std::printf(", absent");
     if (disk.failed) std::printf(", failed");
-    if (disk.held) std::printf(", held");
+    if (disk.held & kHeldByPower) std::printf(", without power");
+    if (disk.held & kHeldByReset) std::printf(", held in reset");
+    if (disk.resets) std::printf(", %u resets", unsigned{disk.resets});
     if (disk.led) std::printf(", LED %u", unsigned{disk.led});
     if (volume) std::printf(", in volume %u", unsigned{volume->id});
     std::printf("\n");
@@ -70,6 +73,29 @@ void showNamespaces(const Adapter &adapter) {
   }
 }
 
+/// The manufacturing switches that are on.
+std::string switchWords(uint8_t switches) {
+  std::string words;
+  if (switches & kSwitchFlashTool) words += " kxf";
+  if (switches & kSwitchProtection) words += " protect";
+  if (switches & kSwitchSriov) words += " sriov";
+  return words.empty() ? " none" : words;
+}
+
+void showSettings(const AdapterCore &core) {
+  std::printf("  debug level %s, switches on:%s", core.debugLevel ? "error only" : "normal",
+              switchWords(core.switches).c_str());
+  if (core.pendingSwitches != core.switches)
+    std::printf(" (after a restart:%s)", switchWords(core.pendingSwitches).c_str());
+  std::printf("\n");
+  constexpr const char *kPorts[] = {"end point", "root complex"};
+  constexpr const char *kActions[] = {"off", "on", "slow blink", "quick blink"};
+  for (size_t port = 0; port < std::size(kPorts); ++port)
+    for (size_t id = 0; id < std::size(core.linkLed[port]); ++id)
+      if (uint8_t action = core.linkLed[port][id])
+        std::printf("  LED of %s %zu: %s\n", kPorts[port], id, kActions[action % std::size(kActions)]);
+}
+
 void showAdapter(const Adapter &adapter, Millis now) {
   const AdapterCore &core = adapter.core;
   std::printf("%s: %s mode%s, bus %u, ", core.name, adapter.raid() ? "RAID" : "JBOF",
@@ -84,6 +110,7 @@ void showAdapter(const Adapter &adapter, Millis now) {
   std::printf("\n  auto-rebuild %s, activity rate code 0x%x, %.3f%% per second, SPI log %s (%zu bytes)\n",
               core.config.AutoRebuildOn ? "on" : "off", unsigned{core.config.BGARate},
               core.rateMilli / 1000.0, core.dumpOn ? "on" : "off", adapter.spiLog.size());
+  showSettings(core);
   showDisks(adapter);
   showVolumes(adapter, now);
   showNamespaces(adapter);

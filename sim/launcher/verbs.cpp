@@ -6,6 +6,8 @@
 
 #include "host/directory.h"
 #include "host/faults.h"
+#include "model/restart.h"
+#include "model/state_file.h"
 #include "topology/topology.h"
 
 namespace sim {
@@ -33,6 +35,7 @@ constexpr Verb kVerbs[] = {
     {"advance", "[--state DIR] SECONDS", "moves the clock of a host whose clock stands still", advanceVerb},
     {"pull",    "[--state DIR] PD [ADAPTER]", "takes a disk out; its volumes lose a member", pullDisk},
     {"insert",  "[--state DIR] PD [ADAPTER]", "puts a sound disk back in that place, as a spare", insertDisk},
+    {"restart", "[--state DIR]", "shuts the simulated host down and starts it again", restartVerb},
     {"lspci",   "[--state DIR]", "prints the simulated adapters as the host's lspci does", printLspci},
     {"help",    "", "prints this", printHelp},
 };
@@ -139,6 +142,18 @@ int advanceVerb(const Arguments &arguments) {
   if (*end != '\0' || arguments.words[0].empty() || seconds < 0 || seconds > 1'000'000'000)
     throw UsageError("advance: '" + arguments.words[0] + "' is not a number of seconds");
   advanceClock(arguments.state, Millis{seconds} * 1000);
+  return 0;
+}
+
+int restartVerb(const Arguments &arguments) {
+  noWords(arguments, "restart");
+  ensureHost(arguments);
+  for (const std::string &name : adapterNames(arguments.state)) {
+    AdapterFiles files(arguments.state, name);
+    Session session(files);
+    restart(session.change(), session.now());
+    session.commit();
+  }
   return 0;
 }
 

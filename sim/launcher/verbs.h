@@ -37,6 +37,7 @@ int runProgram(const Arguments &arguments);
 int resetHost(const Arguments &arguments);
 int showHost(const Arguments &arguments);
 int faultVerb(const Arguments &arguments);
+int restartVerb(const Arguments &arguments);
 int advanceVerb(const Arguments &arguments);
 int pullDisk(const Arguments &arguments);
 int insertDisk(const Arguments &arguments);

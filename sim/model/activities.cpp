@@ -13,12 +13,8 @@ constexpr uint32_t kWhole = 100'000;  // thousandths of a percent
 
 bool onDisk(const Activity &activity) { return activity.type == TRX_NVME_BGA_TYPE_HD_MEDIAPATROL; }
 
-/// The set priority makes activities faster or slower than the topology's rate.
 uint64_t rateMilli(const Adapter &adapter) {
-  uint64_t rate = adapter.core.rateMilli;
-  if (adapter.core.config.BGARate == TRX_BGA_RATE_HIGH) return rate * 2;
-  if (adapter.core.config.BGARate == TRX_BGA_RATE_LOW) return rate / 2;
-  return rate;
+  return uint64_t{adapter.core.rateMilli} * ratePercent(adapter.core.config.BGARate) / 100;
 }
 
 uint32_t doneMilli(const Adapter &adapter, const Activity &activity, Millis now) {
@@ -194,6 +190,10 @@ Fw control(Adapter &adapter, Millis now, Activity *activity, uint32_t operation)
 }
 
 }  // namespace
+
+uint32_t ratePercent(uint8_t bgaRate) {
+  return bgaRate == TRX_BGA_RATE_HIGH ? 100 : bgaRate == TRX_BGA_RATE_MEDIUM ? 50 : 10;
+}
 
 uint8_t activityPercent(const Adapter &adapter, const Activity &activity, Millis now) {
   return static_cast<uint8_t>(doneMilli(adapter, activity, now) / 1000);

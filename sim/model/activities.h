@@ -6,6 +6,8 @@
 
 namespace sim {
 
+/// Share of the topology's rate that activities advance at, by `NVME_Adapter_Config::BGARate`.
+uint32_t ratePercent(uint8_t bgaRate);
 /// Percentage done, 0 to 100, at `now`.
 uint8_t activityPercent(const Adapter &adapter, const Activity &activity, Millis now);
 const Activity *volumeActivity(const Adapter &adapter, uint32_t volume);

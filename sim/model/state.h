@@ -190,7 +190,7 @@ struct AdapterCore {
   uint8_t function;
   int32_t slot;           ///< physical slot, -1 when the firmware tables do not tell it
   uint32_t index;         ///< place in the driver's list
-  uint32_t rateMilli;     ///< thousandths of a percent per second that activities advance
+  uint32_t rateMilli;     ///< thousandths of a percent per second that activities advance at high rate
   uint32_t nextEui;       ///< EUI-64 values are never used twice
   uint16_t controllerId;  ///< of the physical function
   uint8_t dumpOn;
@@ -204,6 +204,7 @@ struct AdapterCore {
   uint32_t spiRead;           ///< bytes of the SPI log that the running read-out has given
   uint8_t vpdTarget;          ///< 0 EEPROM, 1 SPI
   uint8_t switches;           ///< manufacturing switches: bits 0 kxf, 1 protect, 2 sriov
+  uint8_t pendingSwitches;    ///< the same, as they will be after a restart
   uint8_t imageVerified;      ///< 1: the received image passed the vendor activation
   uint8_t imageType;          ///< type byte of the vendor activation
   uint8_t linkLed[2][32];     ///< LED action per end point and per root complex

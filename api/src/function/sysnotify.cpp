@@ -27,7 +27,8 @@ constexpr Attachment kDetach = {1, TRX_NS_STATUS_ACTIVE, "Ready to detach NS ID 
 
 constexpr TRX_U8 kNamespaceAttachment = 0x15;
 constexpr TRX_U8 kNoNamespace = 255;
-constexpr std::size_t kMostListed = sizeof(NVMEReceiveData::data) / sizeof(NVME_NS_Info);
+constexpr std::size_t kPayloadBytes = sizeof(NVMEReceiveData::data);
+constexpr std::size_t kMostListed = kPayloadBytes / sizeof(NVME_NS_Info);
 
 struct ControllerList {
   static constexpr TRX_U16 kCount = 34;

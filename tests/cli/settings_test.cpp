@@ -1,0 +1,256 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Which adapter is current, its configuration, LEDs, resets, debug level and manufacturing switches.
+#include <gmock/gmock.h>
+
+#include "CliSession.h"
+#include "Public/common.h"
+
+namespace trx::test {
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+struct Row {
+  const char *line;
+  int32_t status;
+  const char *out;
+  std::vector<std::string> sent{};  ///< dwords 10, 12 and 14 of the requests, and their adapter
+  int base = 0;                     ///< what users count from
+};
+
+/// "vmhba2 cdw10=0 cdw12=7e1 cdw14=30002" of a request.
+std::string essence(const std::string &request) {
+  auto field = [&](const char *name) {
+    size_t at = request.find(name);
+    return request.substr(at, request.find(' ', at) - at);
+  };
+  return request.substr(0, request.find(' ')) + " " + field("cdw10=") + " " + field("cdw12=") + " " +
+         field("cdw14=");
+}
+
+void check(CliSession &session, const Row &row) {
+  SCOPED_TRACE(std::string("[") + row.line + "]");
+  g_oneBaseMode = static_cast<uint8_t>(row.base);
+  CommandResult result = session.run(row.line);
+  EXPECT_EQ(result.status, row.status);
+  EXPECT_EQ(result.out, row.out);
+  std::vector<std::string> sent;
+  for (const std::string &request : session.requests()) sent.push_back(essence(request));
+  EXPECT_EQ(sent, row.sent);
+}
+
+TEST(Adapter, IsChosenByNumberOrPlace) {
+  // clang-format off
+  const struct {
+    Row row;
+    unsigned current;  ///< afterwards
+  } rows[] = {
+      {{"adapter -i 1", 0, "NVMe Controller 1 set as default CLI commands refers to.\n"}, 1},
+      {{"adapter -i 2", 1, "NVMe Controller 2 does not exist.\n"}, 1},
+      {{"adapter -i one", 1, "-i : invalid NVMe Controller id 'one'\n"}, 1},
+      {{"adapter -i 99999999999", 1, "-i : invalid NVMe Controller id '99999999999'\n"}, 1},
+      {{"adapter -i 3", 1, "NVMe Controller 3 does not exist.\n", {}, 1}, 1},
+      {{"adapter -i 0", 1, "-i : invalid NVMe Controller id '0'\n", {}, 1}, 1},
+      {{"adapter -i 1", 0, "NVMe Controller 1 set as default CLI commands refers to.\n", {}, 1}, 0},
+      {{"adapter -i 2", 0, "NVMe Controller 2 set as default CLI commands refers to.\n", {}, 1}, 1},
+      {{"adapter -i 0 -i 1", 1, "NVMe Controller 0 set as default CLI commands refers to.\n" "NVMe Controller 1 set as default CLI commands refers to.\nDuplicated option specified.\n"}, 1},
+      {{"adapter -i 0 --list", 0, "NVMe Controller 0 set as default CLI commands refers to.\n" "Total number of NVMe Controllers: 2\nCurrent default NVMe Controller ID for CLI commands: 1\n"}, 1},
+      {{"adapter -l x", 0, "Total number of NVMe Controllers: 2\nCurrent default NVMe Controller ID for CLI commands: 2\n", {}, 1}, 1},
+      {{"adapter -l", 1, ""}, 1},
+      {{"adapter -s 03:00.000000", 0, "03:00.000000 is not NVMe Controller\n"}, 1},
+      {{"adapter -s '03:00.0000'", 0, "03:00.0000 is not NVMe Controller\n"}, 1},
+      {{"adapter -s \"03:00.00000\"", 1, "-s : length of slot should be no more than 12 characters\n"}, 1},
+      {{"adapter -i 0 -s 03:00.00", 1, "NVMe Controller 0 set as default CLI commands refers to.\n" "argument '-i' and '-s' not allow use in the same time.\n"}, 1},
+  };
+  // clang-format on
+  CliSession session;
+  for (const auto &each : rows) {
+    check(session, each.row);
+    EXPECT_EQ(gCurrentAdapter, each.current) << each.row.line;
+  }
+}
+
+TEST(Adapter, IsFoundByItsPlaceOnTheBus) {
+  SimHost host;
+  Outcome outcome = host.cli({}, "adapter -s \"04:00.00\"\nadapter --list\nadapter -s 03:00.00\nexit\n");
+  EXPECT_THAT(outcome.out, HasSubstr("device.bus_dev_fun: 04:00.00\nnew NVMe Controller id : 1\n"));
+  EXPECT_THAT(outcome.out, HasSubstr("Current default NVMe Controller ID for CLI commands: 1\n"));
+  EXPECT_THAT(outcome.out, HasSubstr("device.bus_dev_fun: 03:00.00\nnew NVMe Controller id : 0\n"));
+}
+
+std::string config(int index, const char *autoRebuild, const char *rate) {
+  return "NVMe Controller Index:   " + std::to_string(index) + "\nAuto Rebuild:            " + autoRebuild +
+         "\nBGA Rate:                " + rate + "\n\n";
+}
+
+TEST(Configuration, IsReadAndWritten) {
+  const std::string read = "vmhba2 cdw10=3ff cdw12=1e0 cdw14=0", other = "vmhba3 cdw10=3ff cdw12=1e0 cdw14=0";
+  const std::string start = config(0, "off", "Medium"), startOfAll = start + config(1, "off", "Medium");
+  const std::string low = config(1, "on", "Low"), otherOne = config(1, "off", "Medium");
+  auto write = [](const char *value) { return std::string("vmhba2 cdw10=0 cdw12=2e0 cdw14=") + value; };
+  const char *updated = "HBA configuration is updated.\n", *jbof = "This feature is not support JBOF.\n";
+  // clang-format off
+  const Row rows[] = {
+      // The same adapter is asked for every index.
+      {"get -o hba", 0, startOfAll.c_str(), {read, read}},
+      {"get -o HBA -i 0", 0, start.c_str(), {read}},
+      {"get -o hba -i 1", 0, otherOne.c_str(), {other}},
+      {"get -o pd", 1, "-o : invalid object 'pd', should be NVMe Controller\n"},
+      {"get -o hba -i x", 1, "-i : id is not a number\n"},
+      {"get -o hba -i 2", 1, "-i : invalid id '2'\n"},
+      {"get -o hba -i 0", 1, "-i : invalid id '0'\n", {}, 1},
+      {"get -i 0", 1, "get: option -o is required\n"},
+      {"set -o hba -i 0", 0, "Invalid setting(s) for HBA\n", {read}},
+      {"set -o hba -i 0 -r low", 0, updated, {read, write("2000")}},
+      {"set -o hba -i 1 -a off -a ON", 0, updated, {read, write("2001")}, 1},
+      {"get -o hba -i 1", 0, low.c_str(), {read}, 1},
+      {"set -o hba -i 0 -r high", 0, updated, {read, write("1")}},
+      {"set -o hba -i 0 -a off -r medium", 0, updated, {read, write("200")}},
+      {"set -o hba -i 0 -a maybe", 1, "-c : invalid auto rebuild mode 'maybe'\n"},
+      {"set -o hba -i 0 -r fast", 1, "-r : invalid BGA rate 'fast'\n"},
+      {"set -o vd -i 0 -a on", 1, "-o : invalid object 'vd'\n"},
+      {"set -o hba -i 2 -a on", 1, "-i : invalid id '2'\n"},
+      {"set -o hba -a on", 1, "set: option -i is required\n"},
+      {"set -i 0 -a on", 1, "set: option -o is required\n"},
+      {"set -o hba -i 1 -a on", 34, jbof},
+  };
+  // clang-format on
+  CliSession session;
+  for (const Row &row : rows) check(session, row);
+  EXPECT_THAT(session.run("set -c x").out, HasSubstr("set -o hba -i <NVMe Controller id>"));
+
+  // An adapter chosen at start takes the place of -i.
+  gSpecificAdapterFlag = 1;
+  check(session, {"set -o hba -a on", 0, updated, {read, write("201")}});
+  check(session, {"set -a on", 1, "set: option -i is required\n"});
+  check(session, {"get -o hba", 0, config(0, "on", "Medium").c_str(), {read}});
+  gCurrentAdapter = 1;
+  check(session, {"get -o hba -i 0", 34, jbof});
+  EXPECT_EQ(session.host().violations(), "");
+}
+
+TEST(Configuration, AsksOnlyTheFirstTwoAdaptersByNumber) {
+  CliSession session("adapters33");
+  check(session, {"get -o hba -i 2", 1, "\nUnable to get configuration of NVMe Controller 2\n"});
+  check(session, {"get -o hba -i 3", 1, "\nUnable to get configuration of NVMe Controller 2\n", {}, 1});
+}
+
+TEST(DeviceControl, SendsWhatWasAsked) {
+  const char *led = "LED control success\n", *reset = "Reset success\n";
+  auto sent = [](const char *words) {
+    return std::vector<std::string>{std::string("vmhba2 cdw10=0 ") + words};
+  };
+  // clang-format off
+  const Row rows[] = {
+      {"led -o rc -i 2 -a qb", 0, led, sent("cdw12=7e1 cdw14=30002")},
+      {"led -o EP -i 1 -a ON", 0, led, sent("cdw12=7e0 cdw14=10000"), 1},
+      {"led -o rc -i 3 -a sb", 0, led, sent("cdw12=7e1 cdw14=20003")},
+      {"led -o rc -i 3 -a off", 0, led, sent("cdw12=7e1 cdw14=3")},
+      {"led -o xy -i 0 -a on", 0, "-m : invalid object 'xy'.\n"},
+      {"led -o ep -i -1 -a on", 0, "-i : invalid id '-1'\n"},
+      {"led -o ep -i 0 -a on", 0, "-i : invalid id '0'\n", {}, 1},
+      {"led -o ep -i 0 -a blink", 0, "-a : invalid action 'blink'.\n"},
+      {"led -i 0 -a on", 0, "led: option -o is required\n"},
+      {"led -o ep -a on", 0, "led: option -i is required\n"},
+      {"led -o ep -i 0", 0, "led: option -a is required\n"},
+      {"reset -t device", 0, reset, sent("cdw12=8e1 cdw14=0")},
+      {"reset -i 2", 0, reset, sent("cdw12=8e1 cdw14=2")},
+      {"reset -i 3 -a on", 0, reset, sent("cdw12=8e1 cdw14=2"), 1},
+      {"reset -i 0 -t perstn", 0, reset, sent("cdw12=8e1 cdw14=20000")},
+      {"reset -t power -a cycle -i 1", 0, reset, sent("cdw12=8e1 cdw14=10001")},
+      {"reset -t power -a off -i 2", 0, reset, sent("cdw12=8e1 cdw14=2010001"), 1},
+      {"reset -t power --action=on -i 1", 0, reset, sent("cdw12=8e1 cdw14=1010001")},
+      {"reset -t power --action", 0, "-a : invalid action ''.\n"},
+      {"reset -t power -i 7", 0, "reset: option -a is required\n"},
+      {"reset -t device -a on", 0, "Option action is not allow.\n"},
+      {"reset -i 2 -t power -a on", 1, "Power Pin ID only support 0 or 1\n"},
+      {"reset -i 3 -t power -a on", 1, "Power Pin ID only support 1 or 2\n", {}, 1},
+      {"reset -t warm", 0, "-t : invalid type 'warm'.\n"},
+      {"reset -i x", 0, "-i : invalid device id 'x'\n"},
+      {"debuglv -t 1", 0, "debug level access to error only success.\n", sent("cdw12=112e0 cdw14=0")},
+      {"debuglv -t 0", 0, "debug level access to normal success.\n", sent("cdw12=12e0 cdw14=0")},
+      {"debuglv -t 2", 0, "-t : invalid target '2'.\n"},
+      {"debuglv x", 0, "debuglv: option -t is required\n"},
+      {"kxf -a maybe", 0, "-a : invalid action 'maybe'.\n"},
+      {"sriov x", 0, "sriov: option -a is required\n"},
+      {"kxf -a ON", 0, "KXF enable success. Please shutdown and boot your system to make function work as normal.\n", sent("cdw12=de0 cdw14=1")},
+      {"protect -a on", 0, "Protect enable success. Please shutdown and boot your system to make function work as normal.\n", sent("cdw12=15e0 cdw14=1")},
+      {"sriov -a off", 0, "SRIOV disable success. Please shutdown and boot your system to make function work as normal.\n", sent("cdw12=ee0 cdw14=0")},
+  };
+  // clang-format on
+  CliSession session;
+  for (const Row &row : rows) check(session, row);
+
+  session.run("--debug");
+  EXPECT_EQ(session.run("kxf -a off").out,
+            "CDW[0] : 0x000000e2\nCDW[12]: 0x00000de0\nCDW[14]: 0x00000000\n"
+            "KXF disable success. Please shutdown and boot your system to make function work as normal.\n");
+  EXPECT_THAT(session.run("set -o hba -i 0 -a on").out,
+              EndsWith("CDW[0] : 0x000000e2\nCDW[10]: 0x00000000\nCDW[12]: 0x000002e0\nCDW[14]: 0x00000201\n"
+                       "HBA configuration is updated.\n"));
+  EXPECT_EQ(session.host().violations(), "");
+}
+
+TEST(DeviceControl, IsKeptByTheController) {
+  CliSession session;
+  auto shown = [&] { return session.host().sim("show").out; };
+  session.run("led -o rc -i 2 -a qb");
+  session.run("debuglv -t 1");
+  session.run("kxf -a on");
+  session.run("sriov -a on");
+  EXPECT_THAT(shown(), HasSubstr("debug level error only, switches on: none (after a restart: kxf sriov)\n"
+                                 "  LED of root complex 2: quick blink\n"));
+  session.host().sim("restart");
+  EXPECT_THAT(shown(), HasSubstr("switches on: kxf sriov\n"));
+  session.run("kxf -a off");
+  session.host().sim("restart");
+  EXPECT_THAT(shown(), HasSubstr("switches on: sriov\n"));
+
+  // A disk whose reset line is held, or whose power pin is off, is gone until both let go.
+  const Row gone = {
+      "info -o pd -i 3", 0, "\nUnable to get info of PD\n", {"vmhba2 cdw10=0 cdw12=e1 cdw14=3"}};
+  session.requests();
+  EXPECT_THAT(session.run("info -o pd -i 3").out, HasSubstr("B2K80011920"));
+  session.run("reset -i 3 -t perstn -a on");
+  session.run("reset -i 1 -t power -a off");
+  session.run("reset -i 3 -t perstn -a off");
+  session.requests();
+  check(session, gone);
+  EXPECT_THAT(shown(),
+              HasSubstr("\"scratch\", RAID code 0x0, 512 KiB stripe, 1490 GiB, offline, members missing 4"));
+  session.run("reset -i 1 -t power -a on");
+  EXPECT_THAT(session.run("info -o pd -i 3").out, HasSubstr("B2K80011920"));
+  EXPECT_EQ(session.run("reset -i 9 -t perstn").status, 0x706);
+  EXPECT_EQ(session.run("led -o ep -i 5 -a on").status, 0x704);
+  EXPECT_EQ(session.host().violations(), "");
+}
+
+TEST(Configuration, DrivesBackgroundActivities) {
+  CliSession session("clockwork");
+  auto volume = [&](const std::string &id) { return session.run("info -o vd -i " + id).out; };
+  auto advance = [&](const char *seconds) { session.host().sim("advance", {seconds}); };
+  session.run("set -o hba -i 0 -r high");
+  // One percent a second at high rate, a half of it at medium, a tenth at low.
+  advance("10");
+  EXPECT_THAT(volume("0"), HasSubstr("Initializing is running in 10%"));
+  session.run("set -o hba -i 0 -r medium");
+  advance("10");
+  EXPECT_THAT(volume("0"), HasSubstr("Initializing is running in 15%"));
+  session.run("set -o hba -i 0 -r low");
+  advance("50");
+  EXPECT_THAT(volume("0"), HasSubstr("Initializing is running in 20%"));
+
+  // A lost member is replaced only when automatic rebuild is on.
+  session.run("reset -i 3 -t perstn -a on");
+  EXPECT_THAT(volume("1"), Not(HasSubstr("Rebuilding")));
+  session.run("set -o hba -i 0 -a on -r high");
+  EXPECT_THAT(volume("1"), HasSubstr("Rebuilding is running in 0%"));
+  advance("100");
+  EXPECT_THAT(volume("1"), HasSubstr("Functional"));
+  EXPECT_EQ(session.host().violations(), "");
+}
+
+}  // namespace
+}  // namespace trx::test
