@@ -13,9 +13,6 @@ int32_t notAvailable(const Command_Info *row) {
 }  // namespace
 
 // clang-format off
-int32_t doSmart(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doFlash(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doPassthru(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSPI(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSVPD(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSDUMPHBA(int, char **, const Command_Info *row) { return notAvailable(row); }
@@ -28,9 +25,6 @@ int32_t doSpcie(int, char **, const Command_Info *row) { return notAvailable(row
 int32_t doMIPassthruRead(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doMIPassthruWrite(int, char **, const Command_Info *row) { return notAvailable(row); }
 
-const char smart_help[] = "\nsmart [-h]\n\n";
-const char flash_help[] = "\nflash [-h]\n\n";
-const char passthru_help[] = "\npassthru [-h]\n\n";
 const char spi_help[] = "\nspi [-h]\n\n";
 const char vpd_help[] = "\nvpd [-h]\n\n";
 const char dumphba_help[] = "\ndumphba [-h]\n\n";

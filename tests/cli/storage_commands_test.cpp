@@ -189,6 +189,7 @@ TEST(Log, RefusesWhatCannotBeRead) {
   EXPECT_EQ(show({"add", "nvme=6", "group=fe", "sub=2"}).out, unable + empty);
   EXPECT_EQ(show({"add", "nvme=6", "group=fe", "sub=0"}).status, 6);
   EXPECT_EQ(show({"add", "ones", "group=fe", "sub=0"}).out, "Error SPI data length: 65535\n");
+  actions(session);
   expectRows(session, {{"log -a show --outputfile=/nonexistent/x", 1,
                         "Unable to open file '/nonexistent/x': No such file or directory\n"}});
 }
