@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Opcode table of the simulated controller. To add a standard command, write its function and a row.
+#include <cstdio>
+
 #include "controller/disk_commands.h"
 #include "controller/firmware.h"
 #include "controller/functions.h"
 #include "controller/standard.h"
+#include "model/journal.h"
 
 namespace sim {
 namespace {
@@ -51,6 +54,25 @@ std::string checkRow(const Opcode &row, const Command &command) {
   return {};
 }
 
+/// Whether a command belongs to a read-out of the SPI log, which must come to an end.
+bool readsSpiLog(const Command &command) {
+  constexpr uint8_t kPairReceive = 0xCE;
+  constexpr uint8_t kLogGroup = 0xFE;
+  if (command.opcode == 0xE2) return (command.dword(12) & 0xFF) == kLogGroup;
+  if (command.opcode == 0xCB) return recordFrom<NVMESendData>(command.in).vendor_cmd[0] == kLogGroup;
+  return command.opcode == kPairReceive;
+}
+
+/// The firmware writes what it does into the SPI log while that is on.
+void logCommand(Context &context, const Command &command, const char *name, const Completion &completion) {
+  if (!context.state().core.dumpOn || readsSpiLog(command)) return;
+  char line[128];
+  std::snprintf(line, sizeof line, "admin %02xh %s: nsid %u, dwords %x %x %x %x, status %x", command.opcode,
+                name, command.nsid, command.dword(10), command.dword(12), command.dword(13),
+                command.dword(14), completion.sct << 8 | completion.sc);
+  spiLine(context.change(), context.now(), line);
+}
+
 }  // namespace
 
 void runCommand(Session &session, const Command &command, Completion &completion, std::string &breach) {
@@ -62,6 +84,7 @@ void runCommand(Session &session, const Command &command, Completion &completion
     else
       row.run(context, command, completion);
     breach = context.breachText();
+    logCommand(context, command, row.name, completion);
     return;
   }
   completion.fail(kGeneric, TRX_NVME_SC_INVALID_OPCODE);

@@ -38,6 +38,36 @@ Answer pairControl(Context &context, const PairCall &call) {
   return control(context.change(), context.now(), header.start, call.words[2]);
 }
 
+/// Dword 14 of what acts on a volume: its id, and from bit 16 what the function wants beside it.
+struct VolumeAction {
+  uint32_t volume;
+  uint32_t value;
+};
+
+VolumeAction volumeAction(const DirectCall &call) {
+  return {call.command.dword(14) & 0xFFFF, call.command.dword(14) >> 16};
+}
+
+Answer directControl(Context &context, const DirectCall &call) {
+  auto [volume, operation] = volumeAction(call);
+  return controlVolumeActivity(context.change(), context.now(), volume, operation);
+}
+
+Answer directInit(Context &context, const DirectCall &call) {
+  auto [volume, type] = volumeAction(call);
+  if (type > 0xFF) return Fw::InvalidParameter;
+  return startInit(context.change(), context.now(), volume, static_cast<uint8_t>(type));
+}
+
+Answer directRebuild(Context &context, const DirectCall &call) {
+  auto [volume, disk] = volumeAction(call);
+  return startRebuild(context.change(), context.now(), volume, disk);
+}
+
+Answer directVolumePatrol(Context &context, const DirectCall &call) {
+  return startVolumePatrol(context.change(), context.now(), call.command.dword(14));
+}
+
 Answer pairDiskPatrol(Context &context, const PairCall &call) {
   return startDiskPatrol(context.change(), context.now(), recordFrom<NVME_PD_MP>(call.data).PDID);
 }
@@ -76,19 +106,19 @@ constexpr Function kFunctions[] = {
     {0xE3, 0x03, "disk activity control",
      {}, {pairControl<controlDiskActivity>, 3, sizeof(RequestHeader)}},
     {0xE3, 0x04, "volume activity control",
-     {}, {pairControl<controlVolumeActivity>, 3, sizeof(RequestHeader)}},
+     {directControl, dwords(14)}, {pairControl<controlVolumeActivity>, 3, sizeof(RequestHeader)}},
     {0xE3, 0x05, "disk media patrol",
      {}, {pairDiskPatrol, 2, sizeof(NVME_PD_MP)}},
     {0xE3, 0x06, "volume initialisation",
-     {}, {pairInit, 2, sizeof(NVME_VD_Init)}},
+     {directInit, dwords(14)}, {pairInit, 2, sizeof(NVME_VD_Init)}},
     {0xE3, 0x07, "rebuild",
-     {}, {pairRebuild, 2, sizeof(NVME_Rebuild)}},
+     {directRebuild, dwords(14)}, {pairRebuild, 2, sizeof(NVME_Rebuild)}},
     {0xE3, 0x08, "synchronisation",
      {}, {pairSync, 2, sizeof(NVME_VD_Sync)}},
     {0xE3, 0x09, "migration",
      {}, {pairMigrate, 2, sizeof(NVME_Migrate)}},
     {0xE3, 0x0A, "volume media patrol",
-     {}, {pairVolumePatrol, 2, sizeof(NVME_VD_MP)}},
+     {directVolumePatrol, dwords(14)}, {pairVolumePatrol, 2, sizeof(NVME_VD_MP)}},
 };
 // clang-format on
 

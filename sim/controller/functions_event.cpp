@@ -74,6 +74,21 @@ Answer pairDumpConfig(Context &context, const PairCall &) {
   return bytesOf(config);
 }
 
+Answer directSpiPiece(Context &context, const DirectCall &) { return bytesOf(nextSpiPiece(context)); }
+
+/// Whoever asks for the state is about to read: a read-out that another one left half-way begins anew.
+Answer directSpiState(Context &context, const DirectCall &) {
+  if (context.state().core.spiRead != 0) context.change().core.spiRead = 0;
+  return std::vector<uint8_t>{context.state().core.dumpOn};
+}
+
+Answer directSwitchSpi(Context &context, const DirectCall &call) {
+  uint32_t on = call.command.dword(14);
+  if (on > 1) return Fw::InvalidParameter;
+  context.change().core.dumpOn = static_cast<uint8_t>(on);
+  return Fw::Ok;
+}
+
 Answer pairSetDumpConfig(Context &context, const PairCall &call) {
   auto config = recordFrom<NVME_Debug_Dump_Config>(call.data);
   if (config.dumpOn > 1) return Fw::InvalidParameter;
@@ -84,10 +99,10 @@ Answer pairSetDumpConfig(Context &context, const PairCall &call) {
 // clang-format off
 constexpr Function kFunctions[] = {
     {0xE4, 0x01, "event status",       {}, {pairEventStatus}},
-    {0xFE, 0x00, "SPI log",            {}, {pairDump}},
+    {0xFE, 0x00, "SPI log",            {directSpiPiece, dwords(10), 0, Transfer::Reply}, {pairDump}},
     {0xFE, 0x01, "SPI log size",       {}, {pairDumpStatus}},
-    {0xFE, 0x02, "SPI log state",      {}, {pairDumpConfig}},
-    {0xFE, 0x03, "switch SPI log",     {}, {pairSetDumpConfig, 2, sizeof(NVME_Debug_Dump_Config)}},
+    {0xFE, 0x02, "SPI log state",      {directSpiState, dwords(10), 0, Transfer::Reply}, {pairDumpConfig}},
+    {0xFE, 0x03, "switch SPI log",     {directSwitchSpi, dwords(14)}, {pairSetDumpConfig, 2, sizeof(NVME_Debug_Dump_Config)}},
     // Some callers send the whole page of which the envelope holds 4080 bytes.
     {0xFE, 0x04, "event journal",
      {directJournal, dwords(10, 13, 14), 0, Transfer::Reply}, {pairEventPage, 2, sizeof(NVMESendData::data), true}},

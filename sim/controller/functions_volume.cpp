@@ -81,6 +81,32 @@ Answer pairCreate(Context &context, const PairCall &call) {
   return createVolume(context.change(), context.now(), plan);
 }
 
+/// The argument holds the level above the code of the stripe size; dword 13 has a bit per member.
+Answer directCreate(Context &context, const DirectCall &call) {
+  constexpr uint32_t kSmallestStripe = 256;
+  uint32_t members = call.command.dword(13);
+  uint32_t namespaces = call.command.dword(14);
+  if (namespaces > 0xFF) {
+    context.breach("create volume: dword 14 holds more than a namespace count of 8 bits");
+    return {};
+  }
+  VolumePlan plan;
+  plan.raidMode = static_cast<uint8_t>(call.argument >> 8);
+  plan.stripeBlocks = kSmallestStripe << (call.argument & 3);
+  plan.namespaceCount = namespaces;
+  for (uint16_t id = 0; id < 32; ++id)
+    if (members >> id & 1) plan.members.push_back(id);
+  return createVolume(context.change(), context.now(), plan);
+}
+
+Answer directDelete(Context &context, const DirectCall &call) {
+  return deleteVolume(context.change(), context.now(), call.argument);
+}
+
+Answer directImport(Context &context, const DirectCall &call) {
+  return importVolume(context.change(), context.now(), call.command.dword(14));
+}
+
 Answer pairDelete(Context &context, const PairCall &call) {
   auto record = recordFrom<NVME_VD_Delete>(call.data);
   if (!findVolume(context.state(), record.ID)) return Fw::InvalidVolume;
@@ -103,11 +129,11 @@ constexpr Function kFunctions[] = {
     {0xE2, 0x02, "set volume configuration",
      {}, {pairSetConfig, 2, sizeof(RequestHeader), true}},
     {0xE2, 0x03, "create volume",
-     {}, {pairCreate, 2, sizeof(NVME_Create_VD)}},
+     {directCreate, dwords(13, 14), 0xFF03}, {pairCreate, 2, sizeof(NVME_Create_VD)}},
     {0xE2, 0x04, "delete volume",
-     {}, {pairDelete, 2, sizeof(NVME_VD_Delete)}},
+     {directDelete, 0, 0x00FF}, {pairDelete, 2, sizeof(NVME_VD_Delete)}},
     {0xE2, 0x06, "import volume",
-     {}, {pairImport, 2, sizeof(RequestHeader)}},
+     {directImport, dwords(14)}, {pairImport, 2, sizeof(RequestHeader)}},
 };
 // clang-format on
 

@@ -48,8 +48,7 @@ bool controllerList(std::span<const uint8_t> data, uint64_t &controllers) {
 void attach(Context &context, const Namespace &ns, uint64_t controllers, Completion &completion) {
   uint64_t added = controllers & ~ns.attached;
   if (added == 0) return completion.fail(kCommandSpecific, TRX_NAA);
-  if (!ns.shared && std::popcount(ns.attached | controllers) > 1)
-    return completion.fail(kCommandSpecific, TRX_NIP);
+  if (!ns.shared && controllers != uint64_t{1} << ns.owner) return completion.fail(kCommandSpecific, TRX_NIP);
   findNamespace(context.change(), ns.nsid)->attached |= added;
 }
 

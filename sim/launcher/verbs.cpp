@@ -33,6 +33,8 @@ constexpr Verb kVerbs[] = {
     {"show",    "[--state DIR]", "prints the whole state", showHost},
     {"fault",   "[--state DIR] add WORD... | list | clear", "arms faults, lists or disarms them", faultVerb},
     {"advance", "[--state DIR] SECONDS", "moves the clock of a host whose clock stands still", advanceVerb},
+    {"pull",    "[--state DIR] PD [ADAPTER]", "takes a disk out; its volumes lose a member", pullDisk},
+    {"insert",  "[--state DIR] PD [ADAPTER]", "puts a sound disk back in that place, as a spare", insertDisk},
     {"restart", "[--state DIR]", "cycles the power: what waits for a reset happens", restartVerb},
     {"image",   "FILE [--size BYTES] [--version A.B.C.D] [--revision TEXT] [--bad-sum]",
                 "writes a firmware image for a controller or a disk", imageVerb},

@@ -38,6 +38,8 @@ int resetHost(const Arguments &arguments);
 int showHost(const Arguments &arguments);
 int faultVerb(const Arguments &arguments);
 int advanceVerb(const Arguments &arguments);
+int pullDisk(const Arguments &arguments);
+int insertDisk(const Arguments &arguments);
 int restartVerb(const Arguments &arguments);
 int imageVerb(const Arguments &arguments);
 int pcieVerb(const Arguments &arguments);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "model/activities.h"
 #include "model/journal.h"
@@ -310,6 +311,48 @@ Fw carveNamespaces(Adapter &adapter, uint8_t deviceType, uint16_t backing, uint3
   uint32_t sectorSize = volume ? volume->sectorSize : disk->sectorSize;
   for (uint32_t i = 0; i < count; ++i)
     addNamespace(adapter, freeNamespaceId(adapter), deviceType, backing, sectorSize, part, volume != nullptr);
+  return Fw::Ok;
+}
+
+Fw initDiskNamespaces(Adapter &adapter, uint32_t disk, uint32_t count) {
+  if (adapter.raid()) return Fw::NotSupported;
+  if (!findDisk(adapter, disk)) return Fw::InvalidDisk;
+  if (count == 0 || count > adapter.core.info.MaxNSPerVD) return Fw::InvalidNamespaceCount;
+  auto ofDisk = [disk](const Namespace &ns) {
+    return ns.deviceType == TRX_NS_DEVICE_PD && ns.backing == disk;
+  };
+  auto others = std::count_if(adapter.namespaces.begin(), adapter.namespaces.end(), std::not_fn(ofDisk));
+  if (static_cast<size_t>(others) + count > adapter.core.info.MaxNS) return Fw::NoAvailableId;
+  std::erase_if(adapter.namespaces, ofDisk);
+  return carveNamespaces(adapter, TRX_NS_DEVICE_PD, static_cast<uint16_t>(disk), count);
+}
+
+Fw createNamespace(Adapter &adapter, uint16_t backing, uint32_t owner, uint64_t sectors) {
+  const uint8_t type = adapter.raid() ? TRX_NS_DEVICE_VD : TRX_NS_DEVICE_PD;
+  const Volume *volume = adapter.raid() ? findVolume(adapter, backing) : nullptr;
+  const Disk *disk = adapter.raid() ? nullptr : findDisk(adapter, backing);
+  if (!volume && !disk) return adapter.raid() ? Fw::InvalidVolume : Fw::InvalidDisk;
+  if (owner > kLastController) return Fw::InvalidParameter;
+  if (volume && (volume->foreign || volumeStatus(adapter, *volume) == TRX_VD_STATUS_OFFLINE))
+    return Fw::NotFunctional;
+  auto siblings =
+      std::count_if(adapter.namespaces.begin(), adapter.namespaces.end(),
+                    [&](const Namespace &ns) { return ns.deviceType == type && ns.backing == backing; });
+  if (siblings >= adapter.core.info.MaxNSPerVD) return Fw::InvalidNamespaceCount;
+  uint8_t nsid = freeNamespaceId(adapter);
+  if (nsid == 0) return Fw::NoAvailableId;
+  if (sectors == 0 || sectors > freeSectors(adapter, type, backing)) return Fw::NamespaceTooLarge;
+  uint32_t sectorSize = volume ? volume->sectorSize : disk->sectorSize;
+  addNamespace(adapter, nsid, type, backing, sectorSize, sectors, false).owner = owner;
+  return Fw::Ok;
+}
+
+Fw shareNamespace(Adapter &adapter, uint32_t nsid, bool shared, uint32_t owner) {
+  Namespace *ns = findNamespace(adapter, nsid);
+  if (!ns || owner > kLastController) return Fw::InvalidParameter;
+  if (!shared && (ns->attached & ~(uint64_t{1} << owner)) != 0) return Fw::InvalidRequest;
+  ns->shared = shared;
+  if (!shared) ns->owner = owner;
   return Fw::Ok;
 }
 

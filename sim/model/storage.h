@@ -63,5 +63,11 @@ uint8_t namespaceStatus(const Namespace &ns);
 uint64_t freeSectors(const Adapter &adapter, uint8_t deviceType, uint16_t backing);
 /// Carves `count` equal namespaces from what backs them.
 Fw carveNamespaces(Adapter &adapter, uint8_t deviceType, uint16_t backing, uint32_t count);
+/// Replaces the namespaces of a disk, attached or not, by `count` new ones. JBOF only.
+Fw initDiskNamespaces(Adapter &adapter, uint32_t disk, uint32_t count);
+/// Makes a namespace private to a controller on a volume (RAID) or a disk (JBOF), attached to none yet.
+Fw createNamespace(Adapter &adapter, uint16_t backing, uint32_t owner, uint64_t sectors);
+/// Makes a namespace shared, or private to a controller; then no other one may have it attached.
+Fw shareNamespace(Adapter &adapter, uint32_t nsid, bool shared, uint32_t owner);
 
 }  // namespace sim

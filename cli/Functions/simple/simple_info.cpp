@@ -204,25 +204,29 @@ bool isShown(const NVME_NS_Info &ns, Shown which) {
   return which == Shown::Valid ? (ns.Status & TRX_NS_STATUS_VALID) != 0 : ns.Status != 0;
 }
 
-/// Entries of a namespace list that can be read: MaxNS of them, or as many as a reply holds.
-unsigned entriesIn(const NVME_Adapter_Info &summary) {
-  constexpr unsigned kRoom = (TRX_PAGE_SIZE - ControllerReply::kPayloadOffset) / sizeof(NVME_NS_Info);
-  return std::min<unsigned>(summary.MaxNS, kRoom);
+TRX_U32 readNamespaces(const ControllerRequest &request, std::vector<NVME_NS_Info> &namespaces) {
+  constexpr size_t kRoom = (TRX_PAGE_SIZE - ControllerReply::kPayloadOffset) / sizeof(NVME_NS_Info);
+  ControllerReply reply;
+  TRX_U32 status = request.ask(gCurrentAdapter, reply);
+  if (status != 0) return status;
+  namespaces.resize(std::min<size_t>(summaryOf(gCurrentAdapter).MaxNS, kRoom));
+  for (size_t i = 0; i < namespaces.size(); ++i) {
+    namespaces[i] = reply.record<NVME_NS_Info>(i * sizeof(NVME_NS_Info));
+  }
+  return 0;
 }
 
 void printNamespaces(const ControllerRequest &request, TRX_U16 id, Shown shownOfAll) {
-  ControllerReply reply;
-  if (request.ask(gCurrentAdapter, reply) != 0) {
+  std::vector<NVME_NS_Info> namespaces;
+  if (readNamespaces(request, namespaces) != 0) {
     // VD, although namespaces were asked for. This is meant.
     std::fputs("\nUnable to get info of VD\n", stream);
     return;
   }
-  const NVME_Adapter_Info &summary = summaryOf(gCurrentAdapter);
   TRX_U8 printed = 0;
-  for (unsigned i = 0; i < entriesIn(summary); ++i) {
-    auto ns = reply.record<NVME_NS_Info>(i * sizeof(NVME_NS_Info));
+  for (const NVME_NS_Info &ns : namespaces) {
     if (id == kAll ? !isShown(ns, shownOfAll) : !(ns.NSID == id && isShown(ns, Shown::InUse))) continue;
-    NS_PrintInfo(ns, isRaidMode(summary));
+    NS_PrintInfo(ns, isRaidMode(summaryOf(gCurrentAdapter)));
     ++printed;
   }
   if (id != kAll) {
@@ -241,6 +245,10 @@ void printNamespaces(const ControllerRequest &request, TRX_U16 id, Shown shownOf
 void getNSInfoOfVDSA(TRX_U16 id, TRX_U8 vd) { printNamespaces(volumeNamespaces(vd), id, Shown::Valid); }
 
 }  // namespace
+
+TRX_U32 readHostNamespaces(std::vector<NVME_NS_Info> &namespaces) {
+  return readNamespaces(hostNamespaces(), namespaces);
+}
 
 void getNSInfoSA(TRX_U16 id) {
   if (summaryOf(gCurrentAdapter).MaxNS == 0) {

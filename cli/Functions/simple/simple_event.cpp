@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Show the controller's event journal, newest first.
+#include <algorithm>
+
+#include "Functions/handlers.h"
+#include "Functions/simple/journal.h"
+#include "Public/listing.h"
+#include "Public/numbers.h"
+#include "Public/options.h"
+#include "Public/request.h"
+
+namespace trx {
+
+const char event_help[] = R"(
+event [-c <count>] [-h]
+
+Options:
+    -c, --count=<count>
+        Number of events to display, newest first. If not specified or 0, all
+        events are displayed.
+    -h, --help
+
+Examples:
+    event -c 0
+    Display all events of current NVMe Controller.
+
+    event -c 10
+    Display the newest 10 events of current NVMe Controller.
+
+)";
+
+namespace {
+
+struct Options {
+  int32_t count = 0;  ///< 0: all
+};
+
+// A repeated -c is not refused: the last one wins. This is meant.
+constexpr OptionRow<Options> kOptions[] = {
+    {"count", 'c', Argument::OptionalWhenLong,
+     [](Options &o, const char *text) {
+       std::optional<int32_t> count = decimal(text);
+       if (!count) return complain("-c : invalid count '%s'.\n", text);
+       o.count = std::max(*count, 0);  // more than 32 bits hold is more than there are: all
+       return true;
+     }},
+};
+
+ControllerRequest journalPage(TRX_U32 offset) {
+  return ControllerRequest::function(0xFE, 4).set(10, 0x3FF).set(13, offset).set(14, TRX_PAGE_SIZE);
+}
+
+void _showEvt(const NVME_SA_Evt_Item &event) {
+  std::fprintf(stream, "Seq:%s\n", deviceText(event.seq).c_str());
+  std::fprintf(stream, "Time:%s\n", _showTime(event.time).c_str());
+  std::fprintf(stream, "Message:%s\n\n", deviceText(event.msg).c_str());
+}
+
+int32_t getPageEventSA(size_t count) {
+  constexpr TRX_U32 kJournalBytes = 16 * TRX_PAGE_SIZE;
+  constexpr size_t kTextOffset = 40;
+  std::vector<NVME_SA_Evt_Item> events;
+  ControllerReply reply;
+  TRX_U32 status = 0;
+  for (TRX_U32 offset = 0; offset < kJournalBytes; offset += TRX_PAGE_SIZE) {
+    status = journalPage(offset).trace().fetch(gCurrentAdapter, reply);
+    if (status != 0) {
+      std::fputs("\n event request fail\n", stream);
+      continue;
+    }
+    readJournal(std::span(reply.page().bytes).subspan(kTextOffset), events);
+  }
+  // The two closing lines go to standard output even when the events go to a file. This is meant.
+  if (events.empty()) {
+    std::printf("No events\n");
+    return static_cast<int32_t>(status);
+  }
+  keepNewest(events, count);
+  for (const NVME_SA_Evt_Item &event : events) _showEvt(event);
+  std::printf("Total events: %d\n", static_cast<int>(events.size()));
+  return 0;
+}
+
+}  // namespace
+
+int32_t doSEvent(int argc, char **argv, const Command_Info *row) {
+  Options o;
+  if (auto end = readOptions(argc, argv, row, kOptions, o, 1)) return *end;
+  return getPageEventSA(static_cast<size_t>(o.count));
+}
+
+}  // namespace trx

@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Switch the controller's SPI log on and off, or read it out.
+#include "Functions/handlers.h"
+#include "Functions/simple/spi_log.h"
+#include "Public/files.h"
+#include "Public/listing.h"
+#include "Public/options.h"
+#include "Public/request.h"
+
+namespace trx {
+
+const char log_help[] = R"(
+log <-a show [--outputfile=log.txt] |on|off > [-h]
+
+Options:
+    -a, --action <show|on|off>
+        show - Read the SPI log and display it
+        on   - Switch the SPI log on
+        off  - Switch the SPI log off
+    --outputfile=<file>
+        File that the SPI log is saved in as well, only for action show.
+    -h, --help
+
+Examples:
+    log -a on
+    Switch the SPI log of current NVMe Controller on.
+
+    log -a show --outputfile=log.txt
+    Display the SPI log of current NVMe Controller and save it in log.txt.
+
+)";
+
+namespace {
+
+enum class Action { None, Show, On, Off };
+constexpr Word<Action> kActions[] = {{"show", Action::Show}, {"on", Action::On}, {"off", Action::Off}};
+
+struct Options {
+  Counted<Action> action;
+  CommandFile file;
+  bool fileFailed = false;
+};
+
+// clang-format off
+constexpr OptionRow<Options> kOptions[] = {
+    {"action", 'a', Argument::Required, [](Options &o, const char *text) {
+       return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
+    {"outputfile", '1', Argument::Required, [](Options &o, const char *text) {
+       o.fileFailed = !o.file.openOrComplain(pathArgument(text), "wb");
+       return !o.fileFailed; }, Form::LongOnly},
+};
+// clang-format on
+
+ControllerRequest switchLog(bool on) { return ControllerRequest::function(0xFE, 3).set(14, on ? 1 : 0); }
+ControllerRequest logState() { return ControllerRequest::function(0xFE, 2).set(10, 0x3FF); }
+ControllerRequest logPiece() { return ControllerRequest::function(0xFE, 0).set(10, 0x3FF); }
+
+void complainUnreadable() {
+  // Zero-based also for those who count from 1. This is meant.
+  std::fprintf(stream, "\nUnable to get SPI log from NVMe Controller %d\n", gCurrentAdapter);
+}
+
+/// Whether the log is on: not 0. A failed transfer answers its status, after a message.
+TRX_U32 getStatus() {
+  ControllerReply reply;
+  TRX_U32 status = logState().fetch(gCurrentAdapter, reply);
+  if (status != 0) {
+    complainUnreadable();
+    return status;
+  }
+  return reply.isSigned() ? reply.payload()[0] : 0;
+}
+
+int32_t show(CommandFile &file) {
+  // A state that could not be read is no reason not to try the log. This is meant.
+  if (getStatus() == 0) {
+    complainUnreadable();
+    return 1;
+  }
+  ControllerReply reply;
+  for (bool first = true;; first = false) {
+    TRX_U32 status = logPiece().trace().fetch(gCurrentAdapter, reply);
+    if (status != 0) {
+      complainUnreadable();
+      return static_cast<int32_t>(status);
+    }
+    SpiLogPiece piece(std::span(reply.page().bytes).subspan(ControllerReply::kPayloadOffset));
+    if (!piece.isWhole()) {
+      std::fprintf(stream, "Error SPI data length: %u\n", piece.length());
+      return 1;
+    }
+    writeDeviceText({reinterpret_cast<const uint8_t *>(piece.text().data()), piece.text().size()});
+    if (file.isOpen() && !file.write_file(piece.text().data(), piece.text().size())) return 1;
+    if (first && piece.length() == 0) {
+      std::fputs("No SPI log\n", stream);
+      break;
+    }
+    if (!first && piece.isLast()) break;
+  }
+  if (!file.close_file()) return 1;
+  std::fputs("cmd success\n", stream);
+  return 0;
+}
+
+}  // namespace
+
+int32_t doSLog(int argc, char **argv, const Command_Info *row) {
+  Options o;
+  if (auto end = readOptions(argc, argv, row, kOptions, o, 0)) return o.fileFailed ? 1 : *end;
+  if (o.action.repeated()) return complainDuplicate();
+  switch (o.action.value) {
+    case Action::Show:
+      return show(o.file);
+    case Action::On:
+    case Action::Off:
+      return sendAndTell(switchLog(o.action.value == Action::On), {"cmd success\n", "cmd failed.\n"});
+    case Action::None:
+      break;
+  }
+  std::fputs("Error action!\n", stream);
+  return 1;
+}
+
+}  // namespace trx

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Functions/simple/spi_log.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace trx {
+
+SpiLogPiece::SpiLogPiece(std::span<const TRX_U8> payload) {
+  constexpr size_t kTextOffset = offsetof(NVME_Debug_Dump_Request, data);
+  if (payload.size() < kTextOffset) return;
+  std::memcpy(&word_, payload.data(), sizeof word_);
+  std::span<const TRX_U8> text = payload.subspan(kTextOffset);
+  room_ = text.size();
+  text = text.first(std::min<size_t>(length(), room_));
+  text_.assign(text.begin(), text.end());
+  for (size_t i = 1; i < text_.size(); ++i) {
+    if (text_[i] == '\0' && text_[i - 1] == '\n') text_[i] = ' ';
+  }
+}
+
+}  // namespace trx
