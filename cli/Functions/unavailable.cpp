@@ -13,27 +13,21 @@ int32_t notAvailable(const Command_Info *row) {
 }  // namespace
 
 // clang-format off
-int32_t doSmart(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doFlash(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSLog(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSEvent(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSImport(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSINIT(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSMP(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSRebuild(int, char **, const Command_Info *row) { return notAvailable(row); }
-int32_t doPassthru(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSVD(int, char **, const Command_Info *row) { return notAvailable(row); }
 int32_t doSNS(int, char **, const Command_Info *row) { return notAvailable(row); }
 
-const char smart_help[] = "\nsmart [-h]\n\n";
-const char flash_help[] = "\nflash [-h]\n\n";
 const char log_help[] = "\nlog [-h]\n\n";
 const char event_help[] = "\nevent [-h]\n\n";
 const char import_help[] = "\nimport [-h]\n\n";
 const char init_help[] = "\ninit [-h]\n\n";
 const char mp_help[] = "\nmp [-h]\n\n";
 const char rebuild_help[] = "\nrebuild [-h]\n\n";
-const char passthru_help[] = "\npassthru [-h]\n\n";
 const char vd_help[] = "\nvd [-h]\n\n";
 const char ns_help[] = "\nns [-h]\n\n";
 // clang-format on

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Opcode table of the simulated controller. To add a standard command, write its function and a row.
+#include "controller/disk_commands.h"
+#include "controller/firmware.h"
 #include "controller/functions.h"
 #include "controller/standard.h"
 
@@ -23,9 +25,14 @@ constexpr uint16_t kAllDwords = 0xFC00;
 constexpr Opcode kOpcodes[] = {
     {0x02, "Get Log Page",         runGetLogPage,          dwords(10),  NsidRule::ZeroOrAll, false},
     {0x06, "Identify",             runIdentify,            dwords(10),  NsidRule::Any,       false},
+    {0x10, "Firmware Commit",      runFirmwareCommit,      dwords(10),  NsidRule::Zero,      false},
+    {0x11, "Firmware Image Download", runImageDownload,    dwords(10, 11), NsidRule::Zero,   false},
     {0x15, "Namespace Attachment", runNamespaceAttachment, dwords(10),  NsidRule::Any,       false},
     {0x1D, "NVMe-MI Send",         runMiSend,              dwords(11),  NsidRule::Zero,      false},
     {0x1E, "NVMe-MI Receive",      runMiReceive,           0,           NsidRule::Zero,      false},
+    // A person may type any dword for a disk: the disk judges them.
+    {0xC2, "disk read",            runDiskRead,            kAllDwords,  NsidRule::Any,       true},
+    {0xC3, "disk write",           runDiskWrite,           kAllDwords,  NsidRule::Any,       true},
     {0xCB, "pair send",            runPairSend,            kAllDwords,  NsidRule::Zero,      false},
     {0xCE, "pair receive",         runPairReceive,         kAllDwords,  NsidRule::Zero,      false},
     {0xE2, "controller function",  runDirectFunction,      kAllDwords,  NsidRule::Zero,      false},

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Group 0xE0: the adapter itself.
-#include "controller/functions.h"
+#include "controller/firmware.h"
 #include "model/activities.h"
 #include "model/journal.h"
 
@@ -59,6 +59,8 @@ constexpr Function kFunctions[] = {
      {directConfig, dwords(10), 0, Transfer::Reply}, {pairConfig}},
     {0xE0, 0x02, "set configuration",
      {directSetConfig, dwords(14)}, {pairSetConfig, 2, sizeof(NVME_Adapter_Config)}},
+    {0xE0, 0x0B, "activate image",
+     {directActivateImage, dwords(13, 15), 0xFF}, {}},
 };
 // clang-format on
 

@@ -37,7 +37,7 @@ NVME_PD_Info diskRecord(const Adapter &adapter, const Disk &disk) {
   copyText(info.Model, {disk.model, sizeof disk.model});
   copyText(info.SerialNo, {disk.serial, sizeof disk.serial});
   info.SectorSize = disk.sectorSize;
-  std::memcpy(info.FWVersion, disk.firmware.revision[disk.firmware.active - 1], sizeof info.FWVersion);
+  std::memcpy(info.FWVersion, disk.firmware.running, sizeof info.FWVersion);
   info.LBA.value = disk.sectors;
   info.SSDAdapterID = disk.ssdController;
   info.SSDNSID = disk.ssdNsid;
@@ -153,7 +153,7 @@ TRX_ID_CONTROLLER identifyController(const Identity &identity) {
   data.SSVID = identity.subsystemVendorId;
   copyText(data.SN, identity.serial);
   copyText(data.MN, identity.model);
-  std::memcpy(data.FR, identity.firmware.revision[identity.firmware.active - 1], sizeof data.FR);
+  std::memcpy(data.FR, identity.firmware.running, sizeof data.FR);
   data.RAB = 3;
   data.IEEE[0] = 0x58;
   data.IEEE[1] = 0x72;

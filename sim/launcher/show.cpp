@@ -27,7 +27,7 @@ void showDisks(const Adapter &adapter) {
   for (const Disk &disk : adapter.disks) {
     std::printf("  disk %u: %s, serial %s, firmware %s, %lu GiB, %u-byte sectors", unsigned{disk.id},
                 fieldText(disk.model).c_str(), fieldText(disk.serial).c_str(),
-                fieldText(disk.firmware.revision[disk.firmware.active - 1]).c_str(),
+                fieldText(disk.firmware.running).c_str(),
                 gib(disk.sectors, disk.sectorSize), disk.sectorSize);
     const Volume *volume = volumeOfDisk(adapter, disk.id);
     if (!disk.present) std::printf(", absent");
@@ -104,7 +104,7 @@ void showAdapter(const Adapter &adapter, Millis now) {
     std::printf("slot %d", core.slot);
   else
     std::printf("no slot");
-  std::printf(", firmware %s in slot %u", fieldText(core.firmware.revision[core.firmware.active - 1]).c_str(),
+  std::printf(", firmware %s in slot %u", fieldText(core.firmware.running).c_str(),
               unsigned{core.firmware.active});
   if (core.firmware.pending) std::printf(" (slot %u after a reset)", unsigned{core.firmware.pending});
   std::printf("\n  auto-rebuild %s, activity rate code 0x%x, %.3f%% per second, SPI log %s (%zu bytes)\n",

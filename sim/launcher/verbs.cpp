@@ -35,7 +35,9 @@ constexpr Verb kVerbs[] = {
     {"advance", "[--state DIR] SECONDS", "moves the clock of a host whose clock stands still", advanceVerb},
     {"pcie",    "[--state DIR] ADAPTER DISK ok|timeout|retry|unsupported|abort|stuck",
                 "says how a disk answers reads of its PCIe configuration space", pcieVerb},
-    {"restart", "[--state DIR]", "shuts the simulated host down and starts it again", restartVerb},
+    {"restart", "[--state DIR]", "cycles the power: what waits for a reset happens", restartVerb},
+    {"image",   "FILE [--size BYTES] [--version A.B.C.D] [--revision TEXT] [--bad-sum]",
+                "writes a firmware image for a controller or a disk", imageVerb},
     {"lspci",   "[--state DIR]", "prints the simulated adapters as the host's lspci does", printLspci},
     {"help",    "", "prints this", printHelp},
 };

@@ -37,9 +37,10 @@ int runProgram(const Arguments &arguments);
 int resetHost(const Arguments &arguments);
 int showHost(const Arguments &arguments);
 int faultVerb(const Arguments &arguments);
-int restartVerb(const Arguments &arguments);
 int advanceVerb(const Arguments &arguments);
 int pcieVerb(const Arguments &arguments);
+int restartVerb(const Arguments &arguments);
+int imageVerb(const Arguments &arguments);
 int printLspci(const Arguments &arguments);
 
 /// Makes the host of the state directory when there is none, from the topology asked for.

@@ -3,13 +3,31 @@
 
 #include "model/devices.h"
 #include "model/diagnostics.h"
+#include "model/firmware.h"
 
 namespace sim {
+namespace {
+
+void restartFirmware(Adapter &adapter, Millis now) {
+  activatePendingFirmware(adapter, now);
+  adapter.core.imageVerified = 0;
+  adapter.core.imageType = 0;
+  for (Disk &disk : adapter.disks) activatePending(disk.firmware);
+}
+
+void countPowerCycle(Adapter &adapter) {
+  ++adapter.core.smart.powerCycles;
+  for (Disk &disk : adapter.disks) ++disk.smart.powerCycles;
+}
+
+}  // namespace
 
 // One line per thing that does not outlive the power, or wakes up with it.
-void restart(Adapter &adapter, Millis) {
+void restart(Adapter &adapter, Millis now) {
   applyPendingSwitches(adapter);
+  restartFirmware(adapter, now);
   restartDiagnostics(adapter.core);
+  countPowerCycle(adapter);
 }
 
 }  // namespace sim

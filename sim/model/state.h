@@ -55,7 +55,9 @@ enum class Fw : uint8_t {
 
 /// Firmware of a controller or a disk: up to seven slots, of which one runs.
 struct FirmwareSlots {
-  char revision[7][8];  ///< blank padded; all zero for an empty slot
+  char revision[7][8];           ///< blank padded; all zero for an empty slot
+  char running[8];               ///< a slot may hold another image than the one that was started from it
+  NVME_Version_Info version[7];  ///< of a controller's images
   uint8_t count;        ///< slots that exist, 1 to 7
   uint8_t active;       ///< 1-based
   uint8_t pending;      ///< 1-based slot that the next reset activates; 0 for none
@@ -224,7 +226,6 @@ struct AdapterCore {
   uint8_t i2c[32];            ///< bit n: I2C device n answers
   uint8_t miRequest[4096];    ///< the NVMe-MI message whose answer waits
   uint32_t miRequestLength;   ///< 0: none waits
-  uint32_t imageLength;       ///< bytes received into the side file of the firmware image
   NVME_Adapter_Time hostTime; /* as last set by the host */
 };
 

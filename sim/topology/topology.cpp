@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "model/diagnostics.h"
+#include "model/firmware.h"
 #include "model/journal.h"
 #include "model/storage.h"
 #include "topology/json_value.h"
@@ -74,6 +75,7 @@ FirmwareSlots slots(JsonObject &json, const std::string &revision, int64_t count
   firmware.count = narrow<uint8_t>(json.number("firmwareSlots", count, 1, 7));
   firmware.active = 1;
   putText(firmware.revision[0], revision);
+  putText(firmware.running, revision);
   return firmware;
 }
 
@@ -355,10 +357,8 @@ void readCore(JsonObject &json, size_t index, AdapterCore &core, Millis now) {
   core.config.BGARate = json.choice("bgaRate", "medium", kRates);
   putText(core.model, json.text("model", "TRX NVMe RAID Adapter", sizeof core.model));
   putText(core.serial, json.text("serial", "TRXA" + std::to_string(20001 + index), sizeof core.serial));
-  const NVME_Version_Info &version = core.info.FirmwareVersion;
-  std::string revision = std::to_string(version.MajorVersion) + "." + std::to_string(version.MinorVersion) +
-                         "." + std::to_string(version.BuildNumber);
-  core.firmware = slots(json, revision.substr(0, 8), 3);
+  core.firmware = slots(json, revisionText(core.info.FirmwareVersion), 3);
+  core.firmware.version[0] = core.info.FirmwareVersion;
   core.smart = smart(json, now);
   core.dumpOn = json.flag("spiLog", false);
   setDiagnosticDefaults(core);

@@ -65,8 +65,8 @@ constexpr WordRow kWords[] = {
     {"help",             0,   0,     "help vd vd",                        0,  false},
     {"adapter",          1,   1,     "adapter -i 0 -i 0",                 1,  true},
     {"version",          0,   1,     "version -i 0 -i 0",                 0,  false},
-    {"smart",            1,   0,     "smart -i 0 -i 0",                   0,  false},
-    {"flash",            1,   1,     "flash -f x -f x",                   1,  true},
+    {"smart",            1,   0,     "smart -i 0 -i 0",                   1,  true},
+    {"flash",            1,   0,     "flash -f x -f x",                   1,  true},
     {"log",              1,   0,     "log -a show -a on",                 1,  true},
     {"info",             1,   1,     "info -o hba -o hba",                1,  true},
     {"event",            1,   1,     "event -c 1 -c 1",                   0,  false},
@@ -87,7 +87,7 @@ constexpr WordRow kWords[] = {
     {"gpio",             1,   0,     "gpio --value=0x30 --value=0x30",    1,  true},
     {"ns",               1,   0,     "ns -a init -a share",               0,  true},
     {"vpdread",          1,   0,     "vpdread -o 0 -o 0 -l 8",            1,  true},
-    // One that is not counted among the adapters' own: it switches whatever else is said.
+    // It switches whatever else is said.
     {"--debug",          0,   0,     "--debug -a enable -a disable",      0,  false},
     {"gen",              1,   0,     "gen -t createns -t createns",       1,  true},
     {"reg",              1,   0,     "reg -t read -t read -i 0 -a 0",     1,  true},

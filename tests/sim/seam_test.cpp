@@ -190,7 +190,7 @@ TEST_F(Seam, KeepsTheConfigurationAndWritesTheJournal) {
   Page page;
   ASSERT_TRUE(function(0x1E0, 0, page).ok());
   EXPECT_EQ(page.at<NVME_Adapter_Config>(8).BGARate, TRX_BGA_RATE_LOW);
-  EXPECT_NE(journal().find("[MSG]Background activity rate changed to 20%\n"), std::string::npos);
+  EXPECT_NE(journal().find("[MSG]Background activity rate changed to 10%\n"), std::string::npos);
   uio = block(0xE2, 0x2E0);
   uio.cmd.cdw14 = 0x0700;
   EXPECT_EQ(send(uio).folded(), 0x704U);

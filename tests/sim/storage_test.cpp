@@ -11,7 +11,7 @@ namespace {
 using sim::Fw;
 
 constexpr const char *kSpares =
-    R"({"clock": 1720000000, "adapters": [{"name": "vmhba2", "rate": 1, "maxVd": 4,
+    R"({"clock": 1720000000, "adapters": [{"name": "vmhba2", "rate": 1, "bgaRate": "high", "maxVd": 4,
   "stripesKiB": [128, 512], "maxNs": 12, "disks": [
   {"sectors": 1000000}, {"sectors": 1000100}, {"sectors": 2000000}, {"sectors": 2000000}, {"sectors": 2000000},
   {"sectors": 2000000}, {"sectorSize": 4096, "sectors": 500000}, {"sectors": 2000000, "failed": true},

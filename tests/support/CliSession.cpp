@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CliSession.h"
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <array>
@@ -34,6 +35,10 @@ std::string Capture::text() {
 }
 
 CliSession::CliSession(const std::string &topology) : host_(topology) {
+  // Loaded once, it is found by its name alone: also under the sanitizers, whose dlopen searches their
+  // own run path and not this program's.
+  static void *const platform = dlopen(TRX_SIM_PLATFORM, RTLD_NOW);
+  if (!platform) std::abort();
   setenv("TRX_SIM_STATE", host_.stateDirectory().c_str(), 1);
   setenv("TRX_SIM_TRACE", host_.traceFile().c_str(), 1);
   pCmdTable = generalCmdTableV1;

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Firmware of the controller and of the disks behind it.
+#ifndef TRX_CLI_FLASH_H
+#define TRX_CLI_FLASH_H
+
+#include <optional>
+#include <string>
+
+#include "Public/files.h"
+#include "trx/trx_records.h"
+
+namespace trx {
+
+/// Whether a Firmware Commit only activates what a slot holds (NVMe base standard, CA 010b and 011b),
+/// so that there is no image to send.
+inline bool activatesOnly(TRX_U8 commitAction) { return commitAction == 2 || commitAction == 3; }
+
+/// Open a firmware image. A file that cannot be opened, is empty, or is longer than the 32 bits that
+/// image lengths have is complained about on `stream`.
+/// @return its length in bytes, never 0
+std::optional<TRX_U32> openImage(CommandFile &file, const std::string &path);
+
+/// Update the firmware of a controller and follow the transfer, one poll a second, until it ends.
+/// Waits a second after its last line, so that a watcher of the screen sees it.
+/// @param adapter zero-based index
+/// @param type    0 plain image, 1 raw image
+/// @return 0; 1 for an image that will not do; else the status that ended the transfer
+int32_t updateAdapterFlash(int32_t adapter, std::string path, TRX_U8 fs, TRX_U8 ca, TRX_U8 type);
+
+/// Update the firmware of a disk behind a controller. A failed segment ends it without a commit.
+/// @param commit dword 10 of the Firmware Commit: BPID in bit 31, CA in bits 5:3, FS in bits 2:0
+/// @return the status of the commit; 1 for an image that cannot be read; the length of the message
+///         when a segment failed
+int32_t updateHdFlash(TRX_U8 adapter, const std::string &path, TRX_U32 disk, TRX_U32 commit, TRX_U8 ca);
+
+/// Whose slots are shown.
+enum class SlotOwner { Controller, Disk };
+
+/// The two lines of the slot information, on standard output.
+void printSlotCount(const TRX_ID_CONTROLLER &identity);
+void printActiveSlots(const TRX_FIRMWARE_SLOT_INFO_LOG &log);
+
+/// Print the number of firmware slots, the active one and the next one, on standard output. A
+/// controller's are those of the current adapter, whatever `adapter` says: this is meant.
+void showSlotInfo(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk);
+
+}  // namespace trx
+
+#endif  // TRX_CLI_FLASH_H

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstdint>
+
+#include "Functions/flash/flash.h"
+#include "Public/common.h"
+
+namespace trx {
+
+std::optional<TRX_U32> openImage(CommandFile &file, const std::string &path) {
+  if (file.open_file(path, "rb") != 0) {
+    complain("failed to open file %s\n", path.c_str());
+    return std::nullopt;
+  }
+  size_t length = file.get_file_length();
+  if (length == 0) {
+    complain("file %s is empty\n", path.c_str());
+    return std::nullopt;
+  }
+  if (length > UINT32_MAX) {
+    complain("file %s is too large\n", path.c_str());
+    return std::nullopt;
+  }
+  return static_cast<TRX_U32>(length);
+}
+
+}  // namespace trx

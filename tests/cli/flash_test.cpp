@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Functions/flash/flash.h"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <set>
+
+#include "Functions/handlers.h"
+#include "Play.h"
+#include "RealData.h"
+
+namespace trx::test {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+#define REBOOT "firmware success, please shutdown and boot again to make firmware active.\n"
+#define INVALID_IMAGE "(Invalid firmware image, please check image and try again.)\n"
+#define SLOTS(active, next) "Slot count: 3\nActive Slot: " #active ", Next Active Slot: " #next "\n"
+#define SENT_SLOTS "< op=6 cdw10=1 len=4096\n< op=2 nsid=ffffffff cdw10=7f0003 len=512\n"
+#define FAILED "NVMEDevice_sendCommand Failed, Input/output error.\n"
+
+class Flash : public ::testing::Test {
+ protected:
+  ~Flash() override { EXPECT_EQ(session.host().violations(), ""); }
+  std::string controllerVersion() {
+    std::string out = session.run("info -o hba -i 0").out;
+    return out.substr(out.find("Firmware Version:") + 37, 10);
+  }
+  CliSession session;
+};
+
+TEST_F(Flash, ChecksItsOptionsInOrder) {
+  const std::string help = std::string("Description:Update flash image.") + flash_help;
+  const std::string duplicated = "Duplicated option specified.\n=> 1\n";
+  auto required = [](const std::string &letters) {
+    std::string lines;
+    for (char letter : letters) lines += std::string("flash: option -") + letter + " is required\n";
+    return lines + "=> 1\n";
+  };
+  play(session, {{"flash", help + "=> 1\n"},
+                 {"flash -h", help + "=> 0\n"},
+                 {"flash -z", help + "flash: illegal option -- z\n=> 0\n"},
+                 {"flash -o disk", "-o : invalid object 'disk'\n=> 1\n"},
+                 {"flash -t full", "-t : invalid type 'full'\n=> 1\n"},
+                 {"flash -i x", "-i : invalid id 'x'.\n=> 1\n"},
+                 {"flash -i 4294967296", "-i : invalid id '4294967296'.\n=> 1\n"},
+                 {"flash -s 8", "-s : invalid firmware slot '8'.\n=> 1\n"},
+                 {"flash --fs=9999999999", "-s : invalid firmware slot '9999999999'.\n=> 1\n"},
+                 {"flash -c 8", "-c : invalid commit action '8'.\n=> 1\n"},
+                 {"flash --bp_id=2", "-b : invalid boot partition id '2'.\n=> 1\n"},
+                 {"flash --slot_info firmware", "-q : invalid query ''\n=> 1\n"},
+                 {"flash -c 1 -c 1", duplicated},
+                 {"flash -i 1 -i x", "-i : invalid id 'x'.\n" + duplicated},
+                 {"flash -o hba -o hba -c 1", required("sf")},
+                 {"flash -o hba -t raw", required("cf")},
+                 {"flash -f x", required("ocs")},
+                 {"flash -o pd -c 1 -s 1", required("fi")},
+                 {"flash -o pd -f x.bin -s 1 -c 1", required("i")},
+                 {"flash -c 3", required("os")}});
+  g_oneBaseMode = 1;
+  play(session, {{"flash -o pd -i 0 -c 2 -s 1", "-i : invalid id '0'.\n=> 1\n"}});
+}
+
+TEST_F(Flash, ShowsSlots) {
+  play(session,
+       {// Of two objects the controller is shown: the current one, whatever -i says.
+        {"flash -o pd -o hba -i 9 -q firmware", SLOTS(1, 0) "=> 0\n" SENT_SLOTS},
+        {"flash -o hd -q FIRMWARE --id 2",
+         SLOTS(1, 0) "=> 0\n< op=c2 nsid=2 cdw10=1 cdw14=6 len=4096\n"
+                     "< op=c2 nsid=2 cdw10=7f0003 cdw14=2 cdw15=ffffffff len=512\n"},
+        {"flash -q firmware", "flash: option -o is required\nUnknown slot information request.=> 0\n"},
+        {"flash -o pd -i 99 -q firmware",
+         FAILED "Invalid HD ID (Status Code: 0x706)\nGet Firmware Slot Count Fail=> 0\n"
+                "< op=c2 nsid=63 cdw10=1 cdw14=6 len=4096\n"},
+        {"!fault add op=2 nvme=0x107", ""},
+        {"flash -o hba -q firmware", "Slot count: 3\n" FAILED "Invalid Firmware Image (Status Code: 0x107)\n"
+                                     "Get Firmware Slot Information Fail=> 0\n" SENT_SLOTS}});
+}
+
+TEST_F(Flash, UpdatesADisk) {
+  const std::string done = "Flash NVMe Controller 0 disk 2 " REBOOT;
+  play(
+      session,
+      {{"!image @i.bin --size 10000 --revision NEW7", ""},
+       {"flash -o pd -i 2 -f \"@i.bin\" -s 2 -c 1",
+        "Download firmware percentage:0\nDownload firmware percentage:40\nDownload firmware percentage:81\n" +
+            done +
+            "=> 0\n< op=c3 nsid=2 cdw10=3ff cdw14=11 len=4096\n"
+            "< op=c3 nsid=2 cdw10=3ff cdw11=400 cdw14=11 len=4096\n"
+            "< op=c3 nsid=2 cdw10=3ff cdw11=800 cdw14=11 len=4096\n< op=c3 nsid=2 cdw10=a cdw14=10\n"}});
+  EXPECT_EQ(session.run("flash -o pd -i 2 -q firmware").library, SLOTS(1, 2));
+  EXPECT_THAT(session.run("info -o pd -i 2").out, Not(HasSubstr("NEW7")));
+  session.host().sim("restart");
+  EXPECT_THAT(session.run("info -o pd -i 2").out, HasSubstr("Firmware version:       NEW7"));
+  // A commit alone; the line says success whatever the status. No disk here has boot partitions.
+  play(
+      session,
+      {{"flash -o pd -i 2 -s 1 -c 3 -f /nonexistent", done + "=> 0\n< op=c3 nsid=2 cdw10=19 cdw14=10\n"},
+       {"flash -o pd -i 2 -s 3 -c 2 -b 1", done + FAILED "Invalid Field in Command (Status Code: 0x2)\n=> 2\n"
+                                                         "< op=c3 nsid=2 cdw10=80000013 cdw14=10\n"}});
+  EXPECT_EQ(session.run("flash -o pd -i 2 -q firmware").library, SLOTS(1, 0));
+  g_oneBaseMode = 1;
+  play(session,
+       {{"flash -o pd -i 3 -s 7 -c 2", done + FAILED "Invalid Firmware Slot (Status Code: 0x106)\n=> 262\n"
+                                                     "< op=c3 nsid=2 cdw10=17 cdw14=10\n"}});
+}
+
+TEST_F(Flash, SendsNothingOfAFileThatIsNoImage) {
+  for (const char *name : {"empty", "huge"}) std::ofstream(session.host().directory() / name).close();
+  ASSERT_EQ(truncate((session.host().directory() / "huge").c_str(), off_t{1} << 32), 0);
+  const std::string refused = "start to flash NVMe Controller 0 firmware failed " INVALID_IMAGE "=> 1\n";
+  play(session, {{"flash -o pd -i 0 -s 1 -c 1 -f /none", "failed to open file /none\n=> 1\n"},
+                 {"flash -o pd -i 0 -s 1 -c 1 -f /", "failed to open file /\n=> 1\n"},
+                 {"flash -o pd -i 0 -s 1 -c 1 -f \"\"", "failed to open file \n=> 1\n"},
+                 {"flash -o pd -i 0 -s 1 -c 1 -f @empty", "file @empty is empty\n=> 1\n"},
+                 {"flash -o pd -i 0 -s 1 -c 1 -f @huge", "file @huge is too large\n=> 1\n"},
+                 {"flash -o hba -s 1 -c 1 -f @empty", "file @empty is empty\n" + refused},
+                 {"!image @large --size 33554432", ""},
+                 {"flash -o hba -s 1 -c 1 -f @large", refused}});
+}
+
+TEST_F(Flash, UpdatesTheController) {
+  const std::string started = "start to flash NVMe Controller 0 firmware\n";
+  // The second poll, a second after the start, falls into the second of two segments.
+  play(session,
+       {{"!image @i.bin --size 8192 --version 1.0.2.1031", ""}, {"!fault add op=11 nth=2 delay=1500", ""}});
+  session.requests();
+  std::string path = session.host().directory() / "i.bin";
+  CommandResult result = session.run("flash -o hba -f \"" + path + "\" -s 2 -c 1");
+  const std::regex whole(started +
+                         "flash NVMe Controller 0, percentage \\d+\nflash NVMe Controller 0, percentage 50\n"
+                         "flash NVMe Controller 0 " REBOOT);
+  EXPECT_TRUE(std::regex_match(result.out, whole)) << result.out;
+  EXPECT_EQ(session.requests().size(), 3u);
+  EXPECT_EQ(session.run("flash -o hba -q firmware").library, SLOTS(1, 2));
+  EXPECT_EQ(controllerVersion(), "1.2.0.1035");
+  session.host().sim("restart");
+  EXPECT_EQ(session.run("flash -o hba -q firmware").library, SLOTS(2, 0));
+  EXPECT_EQ(controllerVersion(), "1.0.2.1031");
+  play(session, {{"flash -o hba -s 1 -c 3 -f /nonexistent",
+                  started + "Flash NVMe Controller 0 " REBOOT FAILED "=> 267\n< op=10 cdw10=19\n"}});
+}
+
+TEST_F(Flash, ActivatesARawImageBeforeTheCommit) {
+  play(session, {{"!image @i.bin --size 4096 --version 3.1.0.1007", ""}});
+  std::string path = session.host().directory() / "i.bin";
+  std::string text = transcript(session, "flash -o hba -t raw -s 3 -f " + path + " -c 1");
+  // Slot 1, whatever -s says; the controller has compared the CRC in dword 15 with its own.
+  const std::regex whole("start to flash NVMe Controller 0 firmware\nflash NVMe Controller 0 " REBOOT
+                         "=> 0\n< op=11 cdw10=3ff len=4096\n< op=e2 cdw12=10be0 cdw13=20585254 cdw15=\\w+\n"
+                         "< op=10 cdw10=9\n");
+  EXPECT_TRUE(std::regex_match(text, whole)) << text;
+  EXPECT_EQ(controllerVersion(), "1.2.0.1035") << "also when the slot that it came from is overwritten";
+  session.host().sim("restart");
+  EXPECT_EQ(controllerVersion(), "3.1.0.1007");
+}
+
+TEST_F(Flash, CommitsNothingAfterAFailure) {
+  const std::string disk = "\nStart to flash NVMe Controller 0 disk 0 firmware failed " INVALID_IMAGE;
+  auto failed = [](const std::string &code) {
+    return "start to flash NVMe Controller 0 firmware\nFlash NVMe Controller 0 firmware failed (error "
+           "code: " +
+           code + ")\n" + (code == "1" ? "" : FAILED) + "=> " + code + "\n";
+  };
+  const std::string first = "< op=11 cdw10=3ff len=4096\n", second = "< op=11 cdw10=3ff cdw11=400 len=4096\n";
+  play(session,
+       {{"!image @i.bin --size 12288", ""},
+        {"!fault add op=c3 nth=2 nvme=0x114", ""},
+        {"flash -o pd -i 0 -f @i.bin -s 1 -c 1",
+         "Download firmware percentage:0\nDownload firmware percentage:33\n" + disk +
+             FAILED "Overlapping Range (Status Code: 0x114)\n=> " + std::to_string(disk.size()) +
+             "\n< op=c3 cdw10=3ff cdw14=11 len=4096\n< op=c3 cdw10=3ff cdw11=400 cdw14=11 len=4096\n"},
+        {"!fault add op=11 nth=2 nvme=6", ""},
+        {"flash -o hba -f @i.bin -s 1 -c 1", failed("6") + first + second},
+        {"!image @i.bin --size 4096 --bad-sum", ""},
+        {"flash -o hba -f @i.bin -s 1 -c 1", failed("263") + first + "< op=10 cdw10=9\n"},
+        {"flash -o hba -f @i.bin -t raw -c 1", failed("1")}});
+  // No adapter has this id, and it does not come round to one that is there.
+  EXPECT_THAT(transcript(session, "flash -o hba -i 256 -s 1 -c 2"),
+              HasSubstr("Flash NVMe Controller 256 firmware failed (error code: 1)\n=> 1\n"));
+  session.host().sim("restart");
+  EXPECT_EQ(controllerVersion(), "1.2.0.1035");
+}
+
+TEST_F(Flash, KilledInMidTransferLeavesTheOldFirmware) {
+  play(session,
+       {{"!image @i.bin --size 65536 --version 9.9.9.9999", ""}, {"!fault add op=11 nth=3 delay=5000", ""}});
+  SimHost &host = session.host();
+  std::string path = host.directory() / "i.bin";
+  Outcome killed = runProgram(host.runWords({"timeout", "-s", "KILL", "0.7", TRX_CLI_PATH, "flash", "-o",
+                                             "hba", "-f", path, "-s", "1", "-c", "1"}));
+  EXPECT_EQ(killed.status, 137);
+  EXPECT_THAT(brief(session.requests().back()), StartsWith("op=11 cdw10=3ff cdw11=400"));
+  play(session, {{"!fault clear", ""}, {"!restart", ""}});
+  EXPECT_EQ(controllerVersion(), "1.2.0.1035");
+  EXPECT_EQ(session.run("flash -o hba -q firmware").library, SLOTS(1, 0));
+  EXPECT_EQ(session.run("flash -o hba -s 1 -f '" + path + "' -c 1").status, 0)
+      << "a new transfer goes through";
+}
+
+TEST(FlashSlots, ReadsRealPagesAsAnotherProgramDoes) {
+  std::filesystem::path folder = realData("nvme");
+  if (!std::filesystem::exists(folder)) GTEST_SKIP() << folder;
+  Capture out(STDOUT_FILENO);
+  printSlotCount(readRecord<TRX_ID_CONTROLLER>(folder / "identify/ecclesia_samsung.real.bin"));
+  printActiveSlots(readRecord<TRX_FIRMWARE_SLOT_INFO_LOG>(folder / "fwslot/ecclesia.real.bin"));
+  EXPECT_EQ(readJson(folder / "identify/ecclesia_samsung.real.nvme-cli.json")["frmw"], 3 << 1 | 0x11);
+  EXPECT_EQ(readJson(folder / "fwslot/ecclesia.real.nvme-cli.json")["null"]["Active Firmware Slot (afi)"],
+            0x11);
+  EXPECT_EQ(out.text(), SLOTS(1, 1));
+}
+
+TEST_F(Flash, SendsTheCommandsThatAnotherProgramSends) {
+  std::filesystem::path file = realData("commands/nvme_cli_commands.json");
+  if (!std::filesystem::exists(file)) GTEST_SKIP() << file;
+  const std::set<std::string> labels{"smart-log", "fw-log", "id-ctrl", "fw-commit-slot7-action2"};
+  Words theirs, ours;
+  for (const nlohmann::json &run : readJson(file)["runs"]) {
+    if (!labels.contains(run["label"])) continue;
+    const nlohmann::json &command = run["commands"][0];
+    std::ostringstream line;
+    line << std::hex;
+    for (const char *key : {"opcode", "nsid", "cdw10", "cdw11", "cdw12", "cdw13"})
+      line << ' ' << key << '=' << std::stoul(command[key].get<std::string>(), nullptr, 16);
+    theirs.push_back(brief(line.str().replace(0, 7, "op") + " len=" + command["data_len"].dump()));
+  }
+  for (const char *line : {"smart -o hba -i 0", "flash -o hba -q firmware", "flash -o hba -s 7 -c 2"}) {
+    session.run(line);
+    for (const std::string &request : session.requests()) ours.push_back(brief(request));
+  }
+  EXPECT_THAT(ours, ::testing::UnorderedElementsAreArray(theirs));
+}
+
+}  // namespace
+}  // namespace trx::test

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Lines and the whole of what each leads to, as rows of a test.
+#ifndef TRX_TESTS_PLAY_H
+#define TRX_TESTS_PLAY_H
+
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <sstream>
+
+#include "CliSession.h"
+
+namespace trx::test {
+
+/// Opcode, NSID, the dwords that are not 0 and the length: "op=c2 nsid=1 cdw10=1 cdw14=6 len=4096".
+inline std::string brief(const std::string &request) {
+  static const std::regex noise(
+      "^\\S+ admin |( cdw\\d+=0| nsid=0| len=0)(?= |$)| dir=\\d| crc=\\S+| out=\\S*");
+  return std::regex_replace(request, noise, "");
+}
+
+/// All that a line writes (on `stream`, standard output and standard error, in this order), its result,
+/// and the requests it sends: "...=> 0\n< op=6 cdw10=1 len=4096\n". How often a transfer was polled is
+/// left out.
+inline std::string transcript(CliSession &session, const std::string &line) {
+  static const std::regex polls("flash NVMe Controller \\d+, percentage \\d+\n");
+  session.requests();
+  CommandResult result = session.run(line);
+  std::string text = std::regex_replace(result.out, polls, "") + result.library + result.err;
+  text += "=> " + std::to_string(result.status) + "\n";
+  for (const std::string &request : session.requests()) text += "< " + brief(request) + "\n";
+  return text;
+}
+
+struct Step {
+  std::string line;  ///< "@" stands for the host's directory; "!" begins a verb of trx_sim
+  std::string transcript;
+};
+
+inline void play(CliSession &session, const std::vector<Step> &steps) {
+  std::string directory = session.host().directory().string() + "/";
+  auto placed = [&](const std::string &text) { return std::regex_replace(text, std::regex("@"), directory); };
+  for (const Step &step : steps) {
+    std::string line = placed(step.line);
+    if (line[0] != '!') {
+      EXPECT_EQ(transcript(session, line), placed(step.transcript)) << line;
+      continue;
+    }
+    std::istringstream words(line.substr(1));
+    std::string verb;
+    words >> verb;
+    EXPECT_EQ(session.host().sim(verb, {std::istream_iterator<std::string>(words), {}}).status, 0) << line;
+  }
+}
+
+}  // namespace trx::test
+
+#endif  // TRX_TESTS_PLAY_H
