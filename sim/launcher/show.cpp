@@ -27,8 +27,8 @@ void showDisks(const Adapter &adapter) {
   for (const Disk &disk : adapter.disks) {
     std::printf("  disk %u: %s, serial %s, firmware %s, %lu GiB, %u-byte sectors", unsigned{disk.id},
                 fieldText(disk.model).c_str(), fieldText(disk.serial).c_str(),
-                fieldText(disk.firmware.running).c_str(),
-                gib(disk.sectors, disk.sectorSize), disk.sectorSize);
+                fieldText(disk.firmware.running).c_str(), gib(disk.sectors, disk.sectorSize),
+                disk.sectorSize);
     const Volume *volume = volumeOfDisk(adapter, disk.id);
     if (!disk.present) std::printf(", absent");
     if (disk.failed) std::printf(", failed");

@@ -58,9 +58,9 @@ struct FirmwareSlots {
   char revision[7][8];           ///< blank padded; all zero for an empty slot
   char running[8];               ///< a slot may hold another image than the one that was started from it
   NVME_Version_Info version[7];  ///< of a controller's images
-  uint8_t count;        ///< slots that exist, 1 to 7
-  uint8_t active;       ///< 1-based
-  uint8_t pending;      ///< 1-based slot that the next reset activates; 0 for none
+  uint8_t count;                 ///< slots that exist, 1 to 7
+  uint8_t active;                ///< 1-based
+  uint8_t pending;               ///< 1-based slot that the next reset activates; 0 for none
   uint8_t reserved;
 };
 
