@@ -31,11 +31,11 @@ constexpr Opcode kOpcodes[] = {
     {0x10, "Firmware Commit",      runFirmwareCommit,      dwords(10),  NsidRule::Zero,      false},
     {0x11, "Firmware Image Download", runImageDownload,    dwords(10, 11), NsidRule::Zero,   false},
     {0x15, "Namespace Attachment", runNamespaceAttachment, dwords(10),  NsidRule::Any,       false},
+    {0x1D, "NVMe-MI Send",         runMiSend,              dwords(11),  NsidRule::Zero,      false},
+    {0x1E, "NVMe-MI Receive",      runMiReceive,           0,           NsidRule::Zero,      false},
     // A person may type any dword for a disk: the disk judges them.
     {0xC2, "disk read",            runDiskRead,            kAllDwords,  NsidRule::Any,       true},
     {0xC3, "disk write",           runDiskWrite,           kAllDwords,  NsidRule::Any,       true},
-    {0x1D, "NVMe-MI Send",         runMiSend,              dwords(11),  NsidRule::Zero,      false},
-    {0x1E, "NVMe-MI Receive",      runMiReceive,           0,           NsidRule::Zero,      false},
     {0xCB, "pair send",            runPairSend,            kAllDwords,  NsidRule::Zero,      false},
     {0xCE, "pair receive",         runPairReceive,         kAllDwords,  NsidRule::Zero,      false},
     {0xE2, "controller function",  runDirectFunction,      kAllDwords,  NsidRule::Zero,      false},

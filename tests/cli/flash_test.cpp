@@ -220,8 +220,8 @@ TEST_F(Flash, SendsTheCommandsThatAnotherProgramSends) {
   if (!std::filesystem::exists(file)) GTEST_SKIP() << file;
   const std::set<std::string> labels{"smart-log", "fw-log", "id-ctrl", "fw-commit-slot7-action2"};
   Words theirs, ours;
-  const nlohmann::json all = readJson(file);
-  for (const nlohmann::json &run : all["runs"]) {
+  const nlohmann::json recorded = readJson(file);
+  for (const nlohmann::json &run : recorded["runs"]) {
     if (!labels.contains(run["label"])) continue;
     const nlohmann::json &command = run["commands"][0];
     std::ostringstream line;
