@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <vector>
 
 namespace sim {
 namespace {
@@ -16,7 +17,17 @@ void maskField(std::span<uint8_t> data, size_t at, size_t length) {
   auto field = data.subspan(at, std::min(length, data.size() - at));
   size_t end = field.size();
   while (end > 0 && (field[end - 1] == 0 || field[end - 1] == ' ')) --end;
-  std::fill_n(field.begin(), end, uint8_t{'X'});
+  const std::vector<uint8_t> serial(field.begin(), field.begin() + static_cast<std::ptrdiff_t>(end));
+  std::ranges::fill(field.first(end), uint8_t{'X'});
+  // The same reply may tell it again, such as the NVM subsystem's qualified name does. What is shorter
+  // than this is found by chance.
+  constexpr size_t kTelling = 4;
+  if (serial.size() < kTelling) return;
+  for (auto rest = std::ranges::search(data, serial); !rest.empty();
+       rest = std::ranges::search(data, serial)) {
+    if (std::ranges::all_of(rest, [](uint8_t byte) { return byte == 'X'; })) break;
+    std::ranges::fill(rest, uint8_t{'X'});
+  }
 }
 
 void maskDisks(std::span<uint8_t> data, size_t first) {

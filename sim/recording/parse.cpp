@@ -109,8 +109,9 @@ class Parser {
   }
 
   static void unfold(size_t upTo, std::vector<uint8_t> &data) {
-    data.reserve(upTo);
-    while (data.size() < upTo) data.push_back(data[data.size() - kRow]);
+    size_t at = data.size();
+    data.resize(upTo);
+    for (; at < upTo; at += kRow) std::memcpy(&data[at], &data[at - kRow], std::min(kRow, upTo - at));
   }
 
   void row(std::string_view text, bool folded, size_t length, std::vector<uint8_t> &data) const {
