@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "recording/mask.h"
+#include "replay/answers.h"
 #include "seam.h"
 
 namespace simtest {
@@ -127,6 +128,28 @@ TEST(Recording, RecordsOfSeveralWritersDoNotMix) {
   EXPECT_EQ(readRecording(path).size(), 100U);
   std::filesystem::remove(path);
   EXPECT_THROW(appendRecorded(path, {.head = "list"}), HostError);
+}
+
+TEST(Answers, APairReceiveIsAnsweredAsItsSendWas) {
+  const std::string path = testing::TempDir() + "answers." + std::to_string(getpid());
+  const std::string send = "exchange a admin op=cb nsid=0", receive = "exchange a admin op=ce nsid=0";
+  std::string text = titled("");
+  for (uint8_t data : Bytes{1, 2})
+    text += recordedText({.head = send, .to = {data}}) + recordedText({.head = receive, .from = {data}});
+  replaceFile(path, text);
+  replaceFile(path + ".used", std::string(4, '\0'));
+  Answers answers(path, path + ".used");
+  for (uint8_t data : Bytes{2, 1}) {
+    const Bytes sent{data};
+    EXPECT_NE(answers.next(send, sent, {}), nullptr);
+    const Recorded *answer = answers.next(receive, {}, sent);
+    ASSERT_NE(answer, nullptr);
+    EXPECT_EQ(answer->from, sent);
+    EXPECT_EQ(answers.next(receive, {}, sent), nullptr);  // each once
+  }
+  EXPECT_EQ(answers.next(send, Bytes{3}, {}), nullptr);
+  std::filesystem::remove(path);
+  std::filesystem::remove(path + ".used");
 }
 
 TEST(Mask, TakesSerialNumbersOutOfRepliesThatHaveThem) {
