@@ -23,16 +23,16 @@ void maskField(std::span<uint8_t> data, size_t at, size_t length) {
   // than this is found by chance.
   constexpr size_t kTelling = 4;
   if (serial.size() < kTelling) return;
-  for (auto rest = std::ranges::search(data, serial); !rest.empty();
-       rest = std::ranges::search(data, serial)) {
-    if (std::ranges::all_of(rest, [](uint8_t byte) { return byte == 'X'; })) break;
-    std::ranges::fill(rest, uint8_t{'X'});
+  for (auto found = data.begin();; found += static_cast<std::ptrdiff_t>(serial.size())) {
+    found = std::search(found, data.end(), serial.begin(), serial.end());
+    if (found == data.end()) return;
+    std::fill_n(found, serial.size(), uint8_t{'X'});
   }
 }
 
 void maskDisks(std::span<uint8_t> data, size_t first) {
-  for (size_t at = first; at < data.size(); at += sizeof(NVME_PD_Info))
-    maskField(data, at + offsetof(NVME_PD_Info, SerialNo), sizeof(NVME_PD_Info::SerialNo));
+  for (size_t found = first; found < data.size(); found += sizeof(NVME_PD_Info))
+    maskField(data, found + offsetof(NVME_PD_Info, SerialNo), sizeof(NVME_PD_Info::SerialNo));
 }
 
 /// Function 0 of a group tells about its objects, behind the reply's head.
