@@ -31,8 +31,8 @@ void maskField(std::span<uint8_t> data, size_t at, size_t length) {
 }
 
 void maskDisks(std::span<uint8_t> data, size_t first) {
-  for (size_t found = first; found < data.size(); found += sizeof(NVME_PD_Info))
-    maskField(data, found + offsetof(NVME_PD_Info, SerialNo), sizeof(NVME_PD_Info::SerialNo));
+  for (size_t at = first; at < data.size(); at += sizeof(NVME_PD_Info))
+    maskField(data, at + offsetof(NVME_PD_Info, SerialNo), sizeof(NVME_PD_Info::SerialNo));
 }
 
 /// Function 0 of a group tells about its objects, behind the reply's head.
