@@ -43,13 +43,13 @@ void removeOldLocks(const std::string &directory, const HostPlan &plan) {
   }
 }
 
-void unlinkSemaphores(const std::string &directory) {
+}  // namespace
+
+void removeSemaphores(const std::string &directory) {
   // "trxd" and one character, '0' plus the place of the controller among at most 64.
   for (char place = '0'; place < '0' + 64; ++place)
     sem_unlink((semaphorePrefix(directory) + "trxd" + place).c_str());
 }
-
-}  // namespace
 
 bool hostExists(const std::string &directory) { return fs::exists(hostPath(directory)); }
 
@@ -59,7 +59,7 @@ void createHost(const std::string &directory, const HostPlan &plan) {
   if (error) throw HostError(directory + ": " + error.message());
   removeOldFiles(directory);
   removeOldLocks(directory, plan);
-  unlinkSemaphores(directory);
+  removeSemaphores(directory);
   std::ostringstream host;
   host << "clock " << plan.clock << "\n";
   for (const Adapter &adapter : plan.adapters) {

@@ -36,6 +36,8 @@ void advanceClock(const std::string &directory, Millis by);
 
 /// Adds a line to the directory's record of what the program did wrong.
 void recordViolation(const std::string &directory, const std::string &text);
+/// Removes the semaphores that programs of the host left.
+void removeSemaphores(const std::string &directory);
 /// Prefix that keeps the semaphores of two hosts apart.
 std::string semaphorePrefix(const std::string &directory);
 

@@ -41,6 +41,9 @@ constexpr Verb kVerbs[] = {
     {"pcie",    "[--state DIR] ADAPTER DISK ok|timeout|retry|unsupported|abort|stuck",
                 "says how a disk answers reads of its PCIe configuration space", pcieVerb},
     {"lspci",   "[--state DIR]", "prints the simulated adapters as the host's lspci does", printLspci},
+    {"record",  "FILE [--mask-serials] -- PROGRAM [ARGUMENT...]",
+                "runs a program on this machine, and writes what it and the platform library tell each other to FILE", recordProgram},
+    {"replay",  "FILE -- PROGRAM [ARGUMENT...]", "runs a program with the answers of a recording", replayProgram},
     {"help",    "", "prints this", printHelp},
 };
 // clang-format on
@@ -52,6 +55,8 @@ std::string defaultState() {
   if (!home || !*home) throw UsageError("no state directory: give --state, or set HOME");
   return std::string(home) + "/.local/state/trx_sim";
 }
+
+constexpr std::string_view kMaskSerials = "--mask-serials";
 
 std::string *optionPlace(Arguments &arguments, const std::string &word) {
   if (word == "--state") return &arguments.state;
@@ -68,6 +73,11 @@ Arguments parseArguments(const std::vector<std::string> &words) {
     if (words[i] == "--") {
       ++i;
       break;
+    }
+    if (words[i] == kMaskSerials && words[0] == "record") {
+      arguments.maskSerials = true;
+      --i;
+      continue;
     }
     std::string *place = optionPlace(arguments, words[i]);
     if (!place) throw UsageError("option '" + words[i] + "' is not known");
@@ -114,6 +124,17 @@ void ensureHost(const Arguments &arguments) {
       arguments.state +
       " holds a host of another topology; to start afresh from this one:\n  trx_sim reset --state " +
       arguments.state + " --topology " + arguments.topology);
+}
+
+FileAndProgram fileAndProgram(const Arguments &arguments, const std::string &verb) {
+  const std::vector<std::string> &words = arguments.words;
+  if (words.empty()) throw UsageError(verb + ": say which file");
+  size_t i = 1;
+  bool mask = arguments.maskSerials;
+  for (; verb == "record" && i < words.size() && words[i] == kMaskSerials; ++i) mask = true;
+  if (i < words.size() && words[i] == "--") ++i;
+  if (i == words.size()) throw UsageError(verb + ": say which program");
+  return {words[0], mask, {words.begin() + static_cast<std::ptrdiff_t>(i), words.end()}};
 }
 
 int resetHost(const Arguments &arguments) {

@@ -15,6 +15,7 @@ struct Arguments {
   std::string state;     ///< --state, or the default directory
   std::string topology;  ///< --topology, or empty
   std::string trace;     ///< --trace, or empty
+  bool maskSerials = false;
   std::vector<std::string> words;
 };
 
@@ -44,6 +45,16 @@ int restartVerb(const Arguments &arguments);
 int imageVerb(const Arguments &arguments);
 int pcieVerb(const Arguments &arguments);
 int printLspci(const Arguments &arguments);
+int recordProgram(const Arguments &arguments);
+int replayProgram(const Arguments &arguments);
+
+/// What record and replay are given: FILE [--mask-serials] [--] PROGRAM [ARGUMENT...].
+struct FileAndProgram {
+  std::string file;
+  bool maskSerials;
+  std::vector<std::string> program;
+};
+FileAndProgram fileAndProgram(const Arguments &arguments, const std::string &verb);
 
 /// Makes the host of the state directory when there is none, from the topology asked for.
 void ensureHost(const Arguments &arguments);

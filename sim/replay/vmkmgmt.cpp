@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The management library's functions, answered from the recording that TRX_SIM_REPLAY names.
+#include "vmkmgmt.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <type_traits>
+
+#include "replay/answers.h"
+
+namespace {
+
+using namespace sim;
+
+/// The platform's status for what the recording does not have.
+constexpr int kNotRecorded = ENODATA;
+
+struct Handle {
+  std::string adapter{};            ///< empty for the driver itself
+  std::mutex mutex{};               ///< guards `lastSend`
+  std::vector<uint8_t> lastSend{};  ///< the last pair send's envelope
+};
+
+Answers &answers() {
+  static Answers all = [] {
+    const char *path = std::getenv("TRX_SIM_REPLAY"), *state = std::getenv("TRX_SIM_STATE");
+    if (!path || !state) throw HostError("a replay is started with 'trx_sim replay'");
+    return Answers(path, std::string(state) + "/used");
+  }();
+  return all;
+}
+
+int answerList(uint32_t *count, nvmeAdapterInfo *entries) {
+  constexpr size_t kMost = std::extent_v<decltype(nvme_adapter_list::adapters)>;
+  const Recorded *record = answers().next(std::string(kListHead), {}, {});
+  if (!record) return kNotRecorded;
+  size_t number = std::min(record->from.size() / sizeof *entries, kMost);
+  if (number != 0) std::memcpy(entries, record->from.data(), number * sizeof *entries);
+  *count = static_cast<uint32_t>(number);
+  return record->platform;
+}
+
+int answerHead(const std::string &head) {
+  const Recorded *record = answers().next(head, {}, {});
+  return record ? record->platform : kNotRecorded;
+}
+
+const Recorded *answerOf(Handle &handle, const std::string &head, const usr_io &uio) {
+  const std::lock_guard guard(handle.mutex);
+  std::span<const uint8_t> to;
+  if (uio.direction == TRX_TO_CONTROLLER && uio.addr != 0)
+    to = {reinterpret_cast<const uint8_t *>(uio.addr), uio.length};
+  if (isPairSend(uio)) handle.lastSend.assign(to.begin(), to.end());
+  if (isPairReceive(uio)) return answers().next(head, to, handle.lastSend);
+  return answers().next(head, to, {});
+}
+
+int answerExchange(Handle &handle, uint32_t code, usr_io &uio) {
+  const Recorded *record = answerOf(handle, exchangeHead(handle.adapter, code, uio), uio);
+  if (!record) return kNotRecorded;
+  if (uio.direction == TRX_FROM_CONTROLLER && uio.addr != 0)
+    std::copy_n(record->from.begin(), std::min<size_t>(record->from.size(), uio.length),
+                reinterpret_cast<uint8_t *>(uio.addr));
+  uio.status = record->driver;
+  uio.comp = record->completion;
+  return record->platform;
+}
+
+int answer(Handle &handle, uint64_t callback, void *first, void *second) {
+  if (!first || !second) return EFAULT;
+  auto *number = static_cast<uint32_t *>(first);
+  if (!handle.adapter.empty())
+    return callback == NVME_MGMT_ADAPTER_IOCTL
+               ? answerExchange(handle, *number, *static_cast<usr_io *>(second))
+               : ENOSYS;
+  if (callback == NVME_MGMT_GLOBAL_LIST_ADAPTERS)
+    return answerList(number, static_cast<nvmeAdapterInfo *>(second));
+  if (callback == NVME_MGMT_GLOBAL_SET_LOG_LEVEL)
+    return answerHead(logLevelHead(*number, *static_cast<uint32_t *>(second)));
+  return ENOSYS;
+}
+
+/// Runs `body`; what goes wrong with the recording is told on standard error.
+template <typename Body>
+int guarded(Body body) {
+  try {
+    return body();
+  } catch (const std::exception &error) {
+    std::fprintf(stderr, "trx_sim: %s\n", error.what());
+    return EIO;
+  }
+}
+
+}  // namespace
+
+extern "C" {
+
+__attribute__((visibility("default"))) int vmk_MgmtUserInit(vmk_MgmtApiSignature *signature, uint64_t,
+                                                            void **handle) {
+  if (!signature || !handle) return EINVAL;
+  return guarded([&] {
+    auto opened = std::make_unique<Handle>();
+    opened->adapter = recordedAdapter({signature->name, strnlen(signature->name, sizeof signature->name)});
+    int status = answerHead(openHead(opened->adapter));
+    if (status == 0) *handle = opened.release();
+    return status;
+  });
+}
+
+__attribute__((visibility("default"))) int vmk_MgmtUserCallbackInvokeInt(void *handle, uint64_t,
+                                                                         uint64_t callback, ...) {
+  va_list arguments;
+  va_start(arguments, callback);
+  void *first = va_arg(arguments, void *);
+  void *second = va_arg(arguments, void *);
+  va_end(arguments);
+  if (!handle) return EINVAL;
+  return guarded([&] { return answer(*static_cast<Handle *>(handle), callback, first, second); });
+}
+
+__attribute__((visibility("default"))) void vmk_MgmtUserDestroy(void *handle) {
+  std::unique_ptr<Handle> gone(static_cast<Handle *>(handle));
+}
+
+}  // extern "C"

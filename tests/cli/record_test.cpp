@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A recording of trx_cli, made in the simulated host and replayed without it.
+#include <gmock/gmock.h>
+
+#include "SimHost.h"
+
+namespace trx::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+class RecordTest : public ::testing::Test {
+ protected:
+  Outcome record(const Words &program, const Words &options = {}) {
+    Words words{TRX_SIM_PATH, "record", file()};
+    words.insert(words.end(), options.begin(), options.end());
+    words.emplace_back("--");
+    words.insert(words.end(), program.begin(), program.end());
+    return runProgram(host.runWords(words));
+  }
+  Outcome replay(const Words &program) const {
+    Words words{TRX_SIM_PATH, "replay", file(), "--"};
+    words.insert(words.end(), program.begin(), program.end());
+    return runProgram(words);
+  }
+  std::string file() const { return host.directory() / "recording"; }
+  SimHost host;
+};
+
+Words info(const char *object) { return {TRX_CLI_PATH, "info", "-o", object}; }
+
+TEST_F(RecordTest, AReplayGivesTheSameBytes) {
+  for (const char *object : {"hba", "vd", "pd", "ns"}) {
+    Outcome recorded = record(info(object));
+    EXPECT_EQ(recorded.out, host.cli({"info", "-o", object}).out);
+    Outcome replayed = replay(info(object));
+    EXPECT_EQ(replayed.out, recorded.out) << object;
+    EXPECT_EQ(replayed.err, recorded.err) << object;
+    EXPECT_EQ(replayed.status, recorded.status) << object;
+    std::filesystem::remove(file());
+  }
+  EXPECT_EQ(host.violations(), "");
+}
+
+TEST_F(RecordTest, AHistoryIsReplayedOverSeveralProcesses) {
+  // The second listing fails: the answers to the same requests differ in time.
+  const std::string listing = std::string(TRX_CLI_PATH) + " info -o vd; ";
+  const std::string arm = std::string(TRX_SIM_PATH) + " fault --state " + host.stateDirectory().string() +
+                          " add op=e2 platform=110 count=9; ";
+  const Words history{"sh", "-c", listing + arm + listing + "exit 7"};
+  Outcome recorded = record(history);
+  EXPECT_THAT(recorded.out, AllOf(HasSubstr("Total # of VD:"), HasSubstr("Connection timed out")));
+  EXPECT_EQ(recorded.status, 7);
+  Outcome replayed = replay(history);
+  EXPECT_EQ(replayed.out, recorded.out);
+  EXPECT_EQ(replayed.status, 7);
+}
+
+TEST_F(RecordTest, AFailureIsReplayed) {
+  host.sim("fault", {"add", "op=e2", "platform=110"});
+  Outcome recorded = record(info("vd"));
+  EXPECT_EQ(replay(info("vd")).out, recorded.out);
+  EXPECT_THAT(readFile(file()), HasSubstr("result platform=110 "));
+}
+
+TEST_F(RecordTest, MaskedSerialNumbersAreNotInTheFile) {
+  EXPECT_THAT(record(info("pd"), {"--mask-serials"}).out, HasSubstr("HX1S0A7731"));
+  const std::string text = readFile(file());
+  for (const char *serial : {"HX1S0A", "NS3-00", "B2K800", "TRXA2"})
+    EXPECT_THAT(text, Not(HasSubstr(serial)));
+  const std::string out = replay(info("pd")).out;
+  for (const char *serial : {"HX1S0A", "NS3-00", "B2K800"}) EXPECT_THAT(out, Not(HasSubstr(serial)));
+  EXPECT_THAT(out, HasSubstr("Serial:                 XXXXXXXXXX          \n"));
+}
+
+TEST_F(RecordTest, WhatWasNotRecordedIsTold) {
+  record(info("vd"));
+  Outcome other = replay(info("ns"));
+  EXPECT_THAT(other.err, HasSubstr("trx_sim: " + file() + ": not recorded: exchange vmhba2 admin op=e2 "));
+  EXPECT_THAT(other.out, HasSubstr("No data available"));
+  const std::string cli = TRX_CLI_PATH;
+  EXPECT_THAT(replay({"sh", "-c", cli + " info -o vd; " + cli + " info -o vd"}).err,
+              HasSubstr(" times, asked for once more: exchange vmhba2 admin op=e2 "));
+}
+
+TEST_F(RecordTest, MistakesAreTold) {
+  EXPECT_THAT(replay(info("vd")).err, HasSubstr(file() + ": no such file"));
+  record({"true"});
+  Outcome again = record({"true"});
+  EXPECT_EQ(again.status, 2);
+  EXPECT_THAT(again.err, HasSubstr(file() + ": File exists"));
+  EXPECT_EQ(replay({"/no/such/program"}).status, 2);
+  std::filesystem::resize_file(file(), std::filesystem::file_size(file()) - 5);
+  Outcome cut = replay(info("vd"));
+  EXPECT_EQ(cut.status, 2);
+  EXPECT_THAT(cut.err, HasSubstr(": the file ends within this line"));
+  EXPECT_THAT(runProgram({TRX_SIM_PATH, "record", file() + "2", "--", "true"}).err,
+              HasSubstr("no platform library to record"));
+  EXPECT_THAT(runProgram({TRX_SIM_PATH, "replay", file()}).err, HasSubstr("replay: say which program"));
+}
+
+}  // namespace
+}  // namespace trx::test
