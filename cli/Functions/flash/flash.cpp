@@ -80,7 +80,9 @@ bool readObject(Options &o, const char *text) {
 }
 
 bool readBounded(Counted<int32_t> &into, const char *text, int32_t largest) {
-  into.set(decimal(text).value_or(-1));
+  // No text at all, as in "--ca 3", where the 3 is another word, would count as 0: a slot and an action
+  // that nobody asked for.
+  into.set(*text ? decimal(text).value_or(-1) : -1);
   return into.value >= 0 && into.value <= largest;
 }
 
