@@ -224,7 +224,8 @@ bool deliver(Options &o, std::span<const uint8_t> data) {
 }
 
 int32_t readFromDisk(Options &o, const ControllerRequest &request) {
-  // The transfer has 16 bits of length; nothing past them comes back, so nothing past them is shown.
+  // The transfer has 16 bits of length. What was asked for beyond stays zero, and is shown and saved
+  // with the rest, so that a file has the length that was given. This is meant.
   auto length = static_cast<TRX_U16>(o.dataPages.length());
   TRX_U32 status =
       TRX_Adapter_PassthruAdmin(gCurrentAdapter, &request.record(), nullptr, 0, o.dataPages.data(), length);
@@ -232,7 +233,7 @@ int32_t readFromDisk(Options &o, const ControllerRequest &request) {
     std::fputs("Passthrough command is failed.\n", stream);
     return static_cast<int32_t>(status);
   }
-  bool saved = deliver(o, o.dataPages.first(length));
+  bool saved = deliver(o, o.dataPages.bytes());
   std::fputs("Passthrough command is success.\n", stream);
   return saved ? 0 : 1;
 }
