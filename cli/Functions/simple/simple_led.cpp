@@ -44,7 +44,7 @@ constexpr Word<Action> kActions[] = {
 
 struct Options {
   Counted<Object> object;
-  Counted<int32_t> id;
+  Counted<TRX_U16> id;
   Counted<Action> action;
 };
 
@@ -54,7 +54,7 @@ constexpr OptionRow<Options> kOptions[] = {
        // "-m" is meant.
        return choose(o.object, text, kObjects) || complain("-m : invalid object '%s'.\n", text); }},
     {"id", 'i', Argument::Required, [](Options &o, const char *text) {
-       return o.id.take(zeroBasedId(text)) || complain("-i : invalid id '%s'\n", text); }},
+       return o.id.take(zeroBasedId16(text)) || complain("-i : invalid id '%s'\n", text); }},
     {"action", 'a', Argument::Required, [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
 };
@@ -75,7 +75,7 @@ int32_t doSLed(int argc, char **argv, const Command_Info *row) {
   if (!o.id.given()) return complainRequired(argv[0], 'i', 0);
   if (!o.action.given()) return complainRequired(argv[0], 'a', 0);
 
-  return sendAndTell(ledRequest(o.object.value, static_cast<TRX_U16>(o.id.value), o.action.value),
+  return sendAndTell(ledRequest(o.object.value, o.id.value, o.action.value),
                      {"LED control success\n", "LED control failed.\n"});
 }
 

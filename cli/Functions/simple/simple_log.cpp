@@ -77,8 +77,14 @@ int32_t show(CommandFile &file) {
     complainUnreadable();
     return 1;
   }
+  // 64 MiB, more than an SPI flash holds: a controller that never says "last" must not hold us.
+  constexpr unsigned kMostPieces = 16384;
   ControllerReply reply;
-  for (bool first = true;; first = false) {
+  for (unsigned i = 0;; ++i) {
+    if (i == kMostPieces) {
+      std::fputs("SPI log does not end\n", stream);
+      return 1;
+    }
     TRX_U32 status = logPiece().trace().fetch(gCurrentAdapter, reply);
     if (status != 0) {
       complainUnreadable();
@@ -91,11 +97,11 @@ int32_t show(CommandFile &file) {
     }
     writeDeviceText({reinterpret_cast<const uint8_t *>(piece.text().data()), piece.text().size()});
     if (file.isOpen() && !file.write_file(piece.text().data(), piece.text().size())) return 1;
-    if (first && piece.length() == 0) {
+    if (i == 0 && piece.length() == 0) {
       std::fputs("No SPI log\n", stream);
       break;
     }
-    if (!first && piece.isLast()) break;
+    if (i > 0 && piece.isLast()) break;
   }
   if (!file.close_file()) return 1;
   std::fputs("cmd success\n", stream);
