@@ -118,11 +118,11 @@ bool openFile(Options &o, Counted<bool> &option, const char *text, const char *m
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
     // Accepted and without effect: disks take admin commands only.
-    {nullptr, 't', Argument::Required, [](Options &o, const char *text) {
+    {nullptr, 't', oneOf<kCommandSets>(), [](Options &o, const char *text) {
        ++o.commandSet.count;
        return choose(o.commandSet.value, text, kCommandSets) || complain("-t : invalid action '%s'\n", text); }},
     {"id", 'i', Argument::Required, readId},
-    {"request", 'r', Argument::Required, [](Options &o, const char *text) {
+    {"request", 'r', oneOf<kRequests>(), [](Options &o, const char *text) {
        ++o.request.count;
        return choose(o.request.value, text, kRequests) || complain("-r : invalid request '%s'\n", text); }},
     {"psdt", 'p', Argument::Required, [](Options &o, const char *text) {
@@ -151,10 +151,10 @@ constexpr OptionRow<Options> kOptions[] = {
        return readDword(o.cdw12, text, "--cdw12: CDW12 should be a decimal or hexadecimal\n"); }, Form::LongOnly},
     {"cdw13", '7', Argument::Required, [](Options &o, const char *text) {
        return readDword(o.cdw13, text, "--cdw13: CDW13 should be a decimal or hexadecimal\n"); }, Form::LongOnly},
-    {"outputfile", '8', Argument::Required, [](Options &o, const char *text) {
+    {"outputfile", '8', kPath, [](Options &o, const char *text) {
        return openFile(o, o.outputFile, text, "wb"); }, Form::LongOnly},
     // What it holds is never sent: this platform takes no data to a disk.
-    {"inputfile", '9', Argument::Required, [](Options &o, const char *text) {
+    {"inputfile", '9', kPath, [](Options &o, const char *text) {
        return openFile(o, o.inputFile, text, "r"); }, Form::LongOnly},
     {"showcmd", 's', Argument::None, [](Options &o, const char *) { return o.showCommand = true; }},
 };
@@ -239,6 +239,8 @@ int32_t readFromDisk(Options &o, const ControllerRequest &request) {
 }
 
 }  // namespace
+
+constexpr OptionList passthru_options = optionList<kOptions>();
 
 int32_t doPassthru(int argc, char **argv, const Command_Info *row) {
   Options o;

@@ -94,7 +94,7 @@ struct Options {
 };
 
 // clang-format off
-constexpr OptionRow<Options> kActionRow{"action", 'a', Argument::Required, [](Options &o, const char *text) {
+constexpr OptionRow<Options> kActionRow{"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
   return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }};
 constexpr OptionRow<Options> kVolumeRow{"vd_id", 'i', Argument::Required, [](Options &o, const char *text) {
   return o.vd.take(zeroBasedId16(text)) || complain("-i : invalid vd id '%s'.\n", text); }};
@@ -138,6 +138,10 @@ int32_t control(const Activity &activity, int argc, char **argv, const Command_I
 }
 
 }  // namespace
+
+constexpr OptionList init_options = optionList<kOptions>();
+constexpr OptionList mp_options = optionList<kOptions>();
+constexpr OptionList rebuild_options = optionList<kRebuildOptions>();
 
 int32_t doSINIT(int argc, char **argv, const Command_Info *row) { return control(kInit, argc, argv, row); }
 int32_t doSMP(int argc, char **argv, const Command_Info *row) {

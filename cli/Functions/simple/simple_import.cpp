@@ -72,6 +72,8 @@ void importVDSA(TRX_U8 adapter, TRX_U16 vd) {
 
 }  // namespace
 
+constexpr OptionList import_options = optionList<kOptions>();
+
 int32_t doSImport(int argc, char **argv, const Command_Info *row) {
   Options o;
   if (auto end = readOptions(argc, argv, row, kOptions, o, 1)) return *end;

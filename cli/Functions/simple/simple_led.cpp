@@ -50,12 +50,12 @@ struct Options {
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"object", 'o', Argument::Required, [](Options &o, const char *text) {
+    {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        // "-m" is meant.
        return choose(o.object, text, kObjects) || complain("-m : invalid object '%s'.\n", text); }},
     {"id", 'i', Argument::Required, [](Options &o, const char *text) {
        return o.id.take(zeroBasedId16(text)) || complain("-i : invalid id '%s'\n", text); }},
-    {"action", 'a', Argument::Required, [](Options &o, const char *text) {
+    {"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
 };
 // clang-format on
@@ -66,6 +66,8 @@ ControllerRequest ledRequest(Object object, TRX_U16 id, Action action) {
 }
 
 }  // namespace
+
+constexpr OptionList led_options = optionList<kOptions>();
 
 int32_t doSLed(int argc, char **argv, const Command_Info *row) {
   Options o;

@@ -43,9 +43,9 @@ struct Options {
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"action", 'a', Argument::Required, [](Options &o, const char *text) {
+    {"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
-    {"outputfile", '1', Argument::Required, [](Options &o, const char *text) {
+    {"outputfile", '1', kPath, [](Options &o, const char *text) {
        o.fileFailed = !o.file.openOrComplain(pathArgument(text), "wb");
        return !o.fileFailed; }, Form::LongOnly},
 };
@@ -109,6 +109,8 @@ int32_t show(CommandFile &file) {
 }
 
 }  // namespace
+
+constexpr OptionList log_options = optionList<kOptions>();
 
 int32_t doSLog(int argc, char **argv, const Command_Info *row) {
   Options o;

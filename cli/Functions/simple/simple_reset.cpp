@@ -55,9 +55,9 @@ struct Options {
 constexpr OptionRow<Options> kOptions[] = {
     {"pdid", 'i', Argument::Required, [](Options &o, const char *text) {
        return o.id.take(zeroBasedId16(text)) || complain("-i : invalid device id '%s'\n", text); }},
-    {"type", 't', Argument::Required, [](Options &o, const char *text) {
+    {"type", 't', oneOf<kTypes>(), [](Options &o, const char *text) {
        return choose(o.type, text, kTypes) || complain("-t : invalid type '%s'.\n", text); }},
-    {"action", 'a', Argument::OptionalWhenLong, [](Options &o, const char *text) {
+    {"action", 'a', oneOf<kActions>(Argument::OptionalWhenLong), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
 };
 // clang-format on
@@ -69,6 +69,8 @@ ControllerRequest resetRequest(TRX_U16 id, Type type, Action action) {
 }
 
 }  // namespace
+
+constexpr OptionList reset_options = optionList<kOptions>();
 
 int32_t doSReset(int argc, char **argv, const Command_Info *row) {
   Options o;
