@@ -44,6 +44,10 @@ struct Row {
 
 // clang-format off
 constexpr Row kRows[] = {
+    // The longest first: the others run beside them.
+    {"pcie -i 0", "0 1"},
+    {"flash -o hba -f @i.bin -s 2 -c 1", "0 2 263 S", "!image @i.bin --size 8192", Row::Slow},
+    {"flash -o hba -t raw -f @i.bin -s 2 -c 1", "0 S 1795", "!image @i.bin --size 4096", Row::Slow},
     {"?", "0"}, {"help vd", "0"}, {"version", "0"}, {"hotkey", "0"}, {"--debug -a enable", "0"},
     {"adapter --list", "0"}, {"adapter -s 03:00.00", "0"}, {"gen -t createns --nsze=1", "0"},
     {"info -o hba", "0"}, {"info -o pd", "0"}, {"info -o vd", "0"}, {"info -o ns", "0"},
@@ -57,8 +61,6 @@ constexpr Row kRows[] = {
     {"init -i 2", "0 S"}, {"mp -i 2", "0 S"}, {"init -a stop -i 0", "0 S"}, {"rebuild -a start -i 1 -d 7", "0 S"},
     {"import -l 3", "0 S"},
     {"log -a show --outputfile=@log.txt", "0 1 S", "log -a on"}, {"log -a on", "0 S"}, {"log -a off", "0 S"},
-    {"flash -o hba -f @i.bin -s 2 -c 1", "0 2 263 S", "!image @i.bin --size 8192", Row::Slow},
-    {"flash -o hba -t raw -f @i.bin -s 2 -c 1", "0 S 1795", "!image @i.bin --size 4096", Row::Slow},
     {"flash -o pd -i 2 -f @i.bin -s 2 -c 1", "0 S 117", "!image @i.bin --size 8192"},
     {"flash -o hba -q firmware", "0"}, {"flash -o pd -i 2 -q firmware", "0"},
     {"passthru -i 0 -o 6 -r read -d 4096 --cdw10=1", "0 S"},
@@ -69,14 +71,14 @@ constexpr Row kRows[] = {
     {"mi_passthruwrite -o 0 -l 32 -f @i.bin", "0 S", "!image @i.bin --size 4096"},
     {"reg -t read -i 0 -a 0x10", "0 S"}, {"reg -t write -i 0 -a 0x10 -d 1", "0 S"},
     {"gpio --value=0x30", "0 S"}, {"i2c -i 0x50", "0 S"}, {"spi -t read --outputfile @s", "0 S"},
-    {"dumphba -a show --outputfile @d", "0 S"}, {"pcie -i 0", "0 1"},
+    {"dumphba -a show --outputfile @d", "0 S"},
     {"get -o hba -i 0", "0 B"}, {"get -o hba", "0 B"}, {"set -o hba -i 0 -a on -r low", "0 1", nullptr, Row::Late},
     {"led -o ep -i 0 -a on", "0 S"}, {"reset -i 0 -t device", "0 S"}, {"debuglv -t 1", "0 S"},
     {"kxf -a on", "0 S"}, {"protect -a off", "0 S"}, {"sriov -a on", "0 S"},
 };
 // clang-format on
 
-constexpr int kNvmeStatus = 0x706, kFirmwareStatus = 7;
+constexpr int kNvmeStatus = 0x706;
 constexpr const char *kWays[] = {"platform=5", "nvme=0x706", "signature", "status=7",
                                  "short=2",    "short=9",    "garbage",   "ones"};
 constexpr const char *kSlowWays[] = {"nvme=0x706", "platform=5", "delay=1200"};
@@ -127,15 +129,18 @@ std::string placed(const char *text, CliSession &session) {
 
 class Sweep {
  public:
-  explicit Sweep(const Row &row)
-      : row_(row), topology_(std::string(TRX_TOPOLOGY_DIR "/") + row.topology + ".json") {
-    std::filesystem::current_path(session_.host().directory());
+  explicit Sweep(const Row &row) : row_(row) {
+    SimHost &host = session_.host();
+    std::filesystem::current_path(host.directory());
+    host.sim("reset", {"--topology", std::string(TRX_TOPOLOGY_DIR "/") + row.topology + ".json"});
+    std::filesystem::copy(host.stateDirectory(), fresh());
     line_ = placed(row.line, session_);
   }
 
   void all() {
     clean_ = run("");
     const size_t inStart = startExchanges_, inLine = lineExchanges_;
+    unsetenv("TRX_SIM_TRACE");  // counted once; a trace of all the runs would be long to read each time
     if (clean_.status != 0) fail("fails without a fault", clean_.out);
     if (verbose) dprintf(reportDescriptor, "%s: %zu exchanges\n", row_.line, inLine);
     auto ways = row_.pace == Row::Slow ? std::span<const char *const>(kSlowWays) : kWays;
@@ -161,7 +166,7 @@ class Sweep {
     alarm(kPatienceSeconds);
     SimHost &host = session_.host();
     TRX_Final();
-    host.sim("reset", {"--topology", topology_});
+    restore();
     gCurrentAdapter = 0;
     dbg_enable = false;
     const auto descriptors = openDescriptors();
@@ -181,6 +186,17 @@ class Sweep {
     ++report->runs;
     check(fault, result, descriptors);
     return result;
+  }
+
+  std::filesystem::path fresh() { return session_.host().directory() / "fresh"; }
+
+  /// The state as it was made; much faster than a reset. Locks are in use, and are only overwritten.
+  void restore() {
+    namespace fs = std::filesystem;
+    const fs::path state = session_.host().stateDirectory();
+    for (const fs::directory_entry &entry : fs::directory_iterator(state))
+      if (entry.path().extension() != ".lock") fs::remove(entry.path());
+    fs::copy(fresh(), state, fs::copy_options::overwrite_existing | fs::copy_options::recursive);
   }
 
   static size_t exchanges(const Words &traffic) {
@@ -217,9 +233,11 @@ class Sweep {
   }
 
   void check(const std::string &fault, const CommandResult &result, std::ptrdiff_t descriptors) {
-    static const std::regex complaint("fail|unable|error|invalid|not |No events|completion",
+    static const std::regex complaint("fail|unable|error|invalid|not |No events|pio_CfgRd",
                                       std::regex::icase);
-    std::string said = result.out + result.library + result.err;
+    std::string said = result.out + result.err;
+    // The line of a disk's commit says success whatever its status, on purpose; the library tells then.
+    if (line_.starts_with("flash -o pd")) said += result.library;
     if (result.status != 0 && !std::regex_search(said, complaint))
       fail("no word of a failure, result " + std::to_string(result.status), said);
     if (openDescriptors() != descriptors) fail("descriptors are left open");
@@ -249,7 +267,6 @@ class Sweep {
   }
 
   const Row &row_;
-  std::string topology_;
   CliSession session_;
   std::string line_;
   CommandResult clean_;
