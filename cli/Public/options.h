@@ -179,7 +179,7 @@ struct Counted {
 
   bool given() const { return count > 0; }
   bool repeated() const { return count > 1; }
-  bool set(T to) {
+  bool set(const T &to) {
     value = to;
     ++count;
     return true;
