@@ -18,7 +18,7 @@ Platform &platform() {
 
 namespace {
 
-constexpr unsigned kMostCommands = 300;
+constexpr unsigned kMostCommands = 100;
 constexpr int kIoError = 5;
 
 void discover(const usr_io &io, uint8_t *data) {
