@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The handlers and help texts that the command tables name. Each stands in the source file of its
-// command.
+// The handlers, option lists and help texts that the command tables name. Each stands in the source
+// file of its command.
 #ifndef TRX_CLI_HANDLERS_H
 #define TRX_CLI_HANDLERS_H
 
@@ -45,6 +45,33 @@ int32_t doSSRIOV(int argc, char **argv, const Command_Info *row);
 int32_t doHotkey(int argc, char **argv, const Command_Info *row);
 int32_t doMIPassthruRead(int argc, char **argv, const Command_Info *row);
 int32_t doMIPassthruWrite(int argc, char **argv, const Command_Info *row);
+
+// What completion knows of the listed commands.
+extern const OptionList help_options;
+extern const OptionList adapter_options;
+extern const OptionList version_options;
+extern const OptionList smart_options;
+extern const OptionList flash_options;
+extern const OptionList log_options;
+extern const OptionList info_options;
+extern const OptionList event_options;
+extern const OptionList import_options;
+extern const OptionList init_options;
+extern const OptionList mp_options;
+extern const OptionList rebuild_options;
+extern const OptionList debuglv_options;
+extern const OptionList get_options;
+extern const OptionList set_options;
+extern const OptionList passthru_options;
+extern const OptionList spi_options;
+extern const OptionList vd_options;
+extern const OptionList reset_options;
+extern const OptionList led_options;
+extern const OptionList vpd_options;
+extern const OptionList dumphba_options;
+extern const OptionList gpio_options;
+extern const OptionList ns_options;
+extern const OptionList vpdread_options;
 
 extern const char help_help[];
 extern const char adapter_help[];

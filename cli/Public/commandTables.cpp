@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The two command tables. Their order is the order of `help` and decides between equal
 // abbreviations.
+#include <array>
 #include <iterator>
 #include <string_view>
 
@@ -28,38 +29,64 @@ constexpr char kResetShortHelp[] =
     "        PD id 2 means control GPIO10\n"
     "        PD id 3 means control GPIO11";
 
-}  // namespace
-
-// clang-format off
-const Command_Info generalCmdTableV1[] = {
-    row("?",        doHelp,     help_help,     ":Get brief help for all commands."),
-    row("help",     doHelp,     help_help,     ":Get brief help for all commands or detail help for one command."),
-    row("adapter",  doAdapter,  adapter_help,  ":Default NVMe Controller the following CLI commands refers to."),
-    row("version",  doVersion,  version_help,  ":Show API, CLI and support firmware version"),
-    row("smart",    doSmart,    smart_help,    ":Get SSD adapter smart info."),
-    row("flash",    doFlash,    flash_help,    ":Update flash image."),
-    row("log",      doSLog,     log_help,      ":For show/on/off SPI log"),
-    row("info",     doSInfo,    info_help,     ":For display NVMe Controller(hba), virtual disk(vd), physical disk(pd) or Namespace(ns) information."),
-    row("event",    doSEvent,   event_help,    ":For getting event from NVMe Controller."),
-    row("import",   doSImport,  import_help,   ":For import VD"),
-    row("init",     doSINIT,    init_help,     ":For start or stop VD initialization."),
-    row("mp",       doSMP,      mp_help,       ":For start or stop media patrol for a virtual disk."),
-    row("rebuild",  doSRebuild, rebuild_help,  ":For start or stop VD rebuild."),
-    row("debuglv",  doSDEBUGLV, debuglv_help,  ":For switch debug level target"),
-    row("get",      doSGet,     get_help,      ":For getting configuration information of NVMe Controller."),
-    row("set",      doSSet,     set_help,      ":For setting configuration parameters of NVMe Controller."),
-    row("passthru", doPassthru, passthru_help, ":Passthrough NVMe admin command to backend device"),
-    row("spi",      doSPI,      spi_help,      ":Read and write SPI data. Maximal size of SPI data is 4096 bytes."),
-    row("vd",       doSVD,      vd_help,       ":For VD create and delete"),
-    row("reset",    doSReset,   reset_help,    kResetShortHelp),
-    row("led",      doSLed,     led_help,      ":For control LED of device"),
-    row("vpd",      doSVPD,     vpd_help,      ":For switch VPD access target"),
-    row("dumphba",  doSDUMPHBA, dumphba_help,  ":For dump hba info data structure"),
-    row("gpio",     doSGPIO,    gpio_help,     ":For GPIO setting in HBA info (Only for GPIO 4 to 7)"),
-    row("ns",       doSNS,      ns_help,       ":For namespace management"),
-    row("vpdread",  doVPDRead,  vpdread_help,  ":Read VPD via standard MI-Send and MI-Receive"),
+/// A row of the general table, and what completion knows of the command.
+struct GeneralRow {
+  Command_Info info;
+  const OptionList *options;
 };
 
+constexpr GeneralRow general(std::string_view word, CommandHandler handler, const char *help,
+                             const OptionList &options, const char *shortHelp) {
+  return {row(word, handler, help, shortHelp), &options};
+}
+
+// clang-format off
+constexpr GeneralRow kGeneralRows[] = {
+    general("?",        doHelp,     help_help,     help_options,     ":Get brief help for all commands."),
+    general("help",     doHelp,     help_help,     help_options,     ":Get brief help for all commands or detail help for one command."),
+    general("adapter",  doAdapter,  adapter_help,  adapter_options,  ":Default NVMe Controller the following CLI commands refers to."),
+    general("version",  doVersion,  version_help,  version_options,  ":Show API, CLI and support firmware version"),
+    general("smart",    doSmart,    smart_help,    smart_options,    ":Get SSD adapter smart info."),
+    general("flash",    doFlash,    flash_help,    flash_options,    ":Update flash image."),
+    general("log",      doSLog,     log_help,      log_options,      ":For show/on/off SPI log"),
+    general("info",     doSInfo,    info_help,     info_options,     ":For display NVMe Controller(hba), virtual disk(vd), physical disk(pd) or Namespace(ns) information."),
+    general("event",    doSEvent,   event_help,    event_options,    ":For getting event from NVMe Controller."),
+    general("import",   doSImport,  import_help,   import_options,   ":For import VD"),
+    general("init",     doSINIT,    init_help,     init_options,     ":For start or stop VD initialization."),
+    general("mp",       doSMP,      mp_help,       mp_options,       ":For start or stop media patrol for a virtual disk."),
+    general("rebuild",  doSRebuild, rebuild_help,  rebuild_options,  ":For start or stop VD rebuild."),
+    general("debuglv",  doSDEBUGLV, debuglv_help,  debuglv_options,  ":For switch debug level target"),
+    general("get",      doSGet,     get_help,      get_options,      ":For getting configuration information of NVMe Controller."),
+    general("set",      doSSet,     set_help,      set_options,      ":For setting configuration parameters of NVMe Controller."),
+    general("passthru", doPassthru, passthru_help, passthru_options, ":Passthrough NVMe admin command to backend device"),
+    general("spi",      doSPI,      spi_help,      spi_options,      ":Read and write SPI data. Maximal size of SPI data is 4096 bytes."),
+    general("vd",       doSVD,      vd_help,       vd_options,       ":For VD create and delete"),
+    general("reset",    doSReset,   reset_help,    reset_options,    kResetShortHelp),
+    general("led",      doSLed,     led_help,      led_options,      ":For control LED of device"),
+    general("vpd",      doSVPD,     vpd_help,      vpd_options,      ":For switch VPD access target"),
+    general("dumphba",  doSDUMPHBA, dumphba_help,  dumphba_options,  ":For dump hba info data structure"),
+    general("gpio",     doSGPIO,    gpio_help,     gpio_options,     ":For GPIO setting in HBA info (Only for GPIO 4 to 7)"),
+    general("ns",       doSNS,      ns_help,       ns_options,       ":For namespace management"),
+    general("vpdread",  doVPDRead,  vpdread_help,  vpdread_options,  ":Read VPD via standard MI-Send and MI-Receive"),
+};
+// clang-format on
+
+/// One member of every row.
+template <typename T>
+constexpr std::array<T, std::size(kGeneralRows)> column(T GeneralRow::*member) {
+  std::array<T, std::size(kGeneralRows)> values{};
+  for (size_t i = 0; i < values.size(); ++i) values[i] = kGeneralRows[i].*member;
+  return values;
+}
+
+constexpr auto kGeneral = column(&GeneralRow::info);
+constexpr auto kGeneralOptions = column(&GeneralRow::options);
+
+}  // namespace
+
+const Command_Info *const generalCmdTableV1 = kGeneral.data();
+
+// clang-format off
 const Command_Info hiddenCmdTableV1[] = {
     row("--debug",          doDebug,           "",                    ""),
     row("gen",              doGen,             gen_help,              ":Using for generate PRP data which file name is prp_data and size is 4K for nvme standard admin command"),
@@ -75,7 +102,18 @@ const Command_Info hiddenCmdTableV1[] = {
 };
 // clang-format on
 
-uint16_t generalCmdTableV1Size() { return std::size(generalCmdTableV1); }
+uint16_t generalCmdTableV1Size() { return kGeneral.size(); }
 uint16_t hiddenCmdTableV1Size() { return std::size(hiddenCmdTableV1); }
+
+const char *generalCommandWord(size_t index) {
+  return index < kGeneral.size() ? kGeneral[index].cmd : nullptr;
+}
+
+const OptionList *optionsOf(const Command_Info *row) {
+  for (size_t i = 0; i < kGeneral.size(); ++i) {
+    if (row == &kGeneral[i]) return kGeneralOptions[i];
+  }
+  return nullptr;
+}
 
 }  // namespace trx

@@ -93,26 +93,30 @@ Matches match(const Command_Info *table, uint16_t size, const char *word, size_t
 
 }  // namespace
 
-int32_t cmdDispatcher(int count, char **tokens) {
-  char *word = strlwr(tokens[0]);
-  if (std::strcmp(word, "exit") == 0 || std::strcmp(word, "quit") == 0) return -1;
-  auto call = [&](const Command_Info &row) { return row.cmdHandler(count, tokens, &row); };
-
+Lookup findCommand(const char *word) {
   size_t length = std::strlen(word);
   Matches general = match(pCmdTable, cmdTableSize, word, length);
-  if (general.whole) return call(*general.whole);
+  if (general.whole) return {general.whole};
 
   Matches hidden = match(hiddenCmdTableV1, hiddenCmdTableV1Size(), word, length);
   if (hidden.whole) {
     // A hidden word that also begins a general word runs the general row of the same index. This is
     // meant; no word of the present tables gets here.
-    return general.prefixes > 0 ? call(pCmdTable[hidden.last]) : call(*hidden.whole);
+    return {general.prefixes > 0 ? &pCmdTable[hidden.last] : hidden.whole};
   }
 
   if (general.prefixes + hidden.prefixes == 1) {
-    return call(general.prefixes > 0 ? pCmdTable[general.last] : hiddenCmdTableV1[hidden.last]);
+    return {general.prefixes > 0 ? &pCmdTable[general.last] : &hiddenCmdTableV1[hidden.last]};
   }
-  if (general.prefixes + hidden.prefixes > 1) {
+  return {nullptr, general.prefixes + hidden.prefixes > 1};
+}
+
+int32_t cmdDispatcher(int count, char **tokens) {
+  char *word = strlwr(tokens[0]);
+  if (std::strcmp(word, "exit") == 0 || std::strcmp(word, "quit") == 0) return -1;
+  Lookup found = findCommand(word);
+  if (found.row) return found.row->cmdHandler(count, tokens, found.row);
+  if (found.ambiguous) {
     std::fprintf(stream, "Ambiguous command '%s'!\n", word);
   } else {
     std::fprintf(stream, "Invalid command '%s'!\n", word);

@@ -14,6 +14,7 @@ namespace trx {
 
 inline constexpr char CLI_VERSION[] = "1.0.0.1035";
 
+struct OptionList;
 struct _cmd_struct;
 using Command_Info = _cmd_struct;
 
@@ -53,10 +54,15 @@ inline bool isRaidMode(const NVME_Adapter_Info &summary) {
 
 // ---- command tables (commandTables.cpp) ----
 
-extern const Command_Info generalCmdTableV1[];
+extern const Command_Info *const generalCmdTableV1;
 extern const Command_Info hiddenCmdTableV1[];  ///< dispatched, never listed
 uint16_t generalCmdTableV1Size();
 uint16_t hiddenCmdTableV1Size();
+
+/// The word of a row of the general table; null past the last.
+const char *generalCommandWord(size_t index);
+/// The options of a row of the general table; null for any other row.
+const OptionList *optionsOf(const Command_Info *row);
 
 // ---- lines and words ----
 
@@ -74,6 +80,13 @@ int parse(int32_t *count, char **tokens, char *line);
 /// `dst` must be zero-filled and have room for n + 2 characters: see the placement of the NUL in
 /// the source.
 void noQuoteStrncpy(char *dst, const char *src, size_t n);
+
+/// The row that a command word in lower case stands for, itself or as the unique beginning of a word.
+struct Lookup {
+  const Command_Info *row = nullptr;  ///< null when there is none or more than one
+  bool ambiguous = false;
+};
+Lookup findCommand(const char *word);
 
 /// Find the row of a command word and call its handler. The word is lowered in place; a unique
 /// beginning of a word will do.

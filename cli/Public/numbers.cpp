@@ -28,6 +28,12 @@ std::optional<int32_t> zeroBasedId(const char *text) {
   return id && *id >= 0 ? id : std::nullopt;
 }
 
+std::optional<uint16_t> zeroBasedId16(const char *text) {
+  std::optional<int32_t> id = zeroBasedId(text);
+  if (!id || *id > std::numeric_limits<uint16_t>::max()) return std::nullopt;
+  return static_cast<uint16_t>(*id);
+}
+
 std::optional<uint64_t> hexOrDecimal(const char *text) {
   if (std::strstr(text, "0x")) return std::strtoull(text, nullptr, 16);
   if (!isNumber(text)) return std::nullopt;

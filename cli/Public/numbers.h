@@ -19,6 +19,9 @@ std::optional<int32_t> userId(const char *text);
 /// `userId`, and nothing for an id below the first one either.
 std::optional<int32_t> zeroBasedId(const char *text);
 
+/// The same for a field of 16 bits. Nothing for a larger id either: cut, it would name another object.
+std::optional<uint16_t> zeroBasedId16(const char *text);
+
 /// A number of up to 64 bits: hexadecimal when the text contains "0x" anywhere, else decimal.
 /// Nothing for other text.
 std::optional<uint64_t> hexOrDecimal(const char *text);

@@ -32,7 +32,7 @@ std::string shortOptions(std::span<const OptionShape> shapes, HelpOption help) {
   for (const OptionShape &shape : shapes) {
     if (shape.form == Form::LongOnly) continue;
     text += shape.code;
-    if (shape.argument != Argument::None) text += ':';
+    if (shape.takes.argument != Argument::None) text += ':';
   }
   text += "\001:";
   if (help == HelpOption::Declared) text += 'h';
@@ -42,7 +42,7 @@ std::string shortOptions(std::span<const OptionShape> shapes, HelpOption help) {
 std::vector<option> longOptions(std::span<const OptionShape> shapes, HelpOption help) {
   std::vector<option> table;
   for (const OptionShape &shape : shapes) {
-    if (shape.name) table.push_back({shape.name, longArgument(shape.argument), nullptr, shape.code});
+    if (shape.name) table.push_back({shape.name, longArgument(shape.takes.argument), nullptr, shape.code});
   }
   table.push_back({"output", kRequiredArgument, nullptr, kOutputCode});
   if (help == HelpOption::Declared) table.push_back({"help", kNoArgument, nullptr, 'h'});

@@ -9,7 +9,9 @@
 #include <strings.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <span>
 
@@ -27,11 +29,49 @@ enum class Argument {
 
 enum class Form { Both, LongOnly };
 
-/// What the parser must know of an option.
+/// One word that an option accepts, and what it stands for.
+template <typename T>
+struct Word {
+  const char *text;
+  T value;
+};
+
+/// The word with an index of those that completion at the prompt offers; null past the last.
+using WordAt = const char *(*)(size_t index);
+
+/// What an option takes: whether there is an argument, and what completion offers for it.
+struct Takes {
+  // Not explicit: most rows say no more than this.
+  constexpr Takes(Argument kind = Argument::None, WordAt offered = nullptr, bool isPath = false)
+      : argument(kind), word(offered), path(isPath) {}
+
+  Argument argument;
+  WordAt word;  ///< null for an argument that has no fixed words
+  bool path;    ///< the argument names a file
+};
+
+/// An argument that names a file.
+inline constexpr Takes kPath(Argument::Required, nullptr, true);
+
+/// An argument that is one of the words that `choose` takes. Of several for the same value, the first
+/// is the one that the help tells of and that completion offers.
+template <const auto &words>
+constexpr Takes oneOf(Argument argument = Argument::Required) {
+  return {argument, [](size_t index) -> const char * {
+            for (size_t i = 0; i < std::size(words); ++i) {
+              bool again = false;
+              for (size_t k = 0; k < i; ++k) again = again || words[k].value == words[i].value;
+              if (!again && index-- == 0) return words[i].text;
+            }
+            return nullptr;
+          }};
+}
+
+/// What the parser and completion must know of an option.
 struct OptionShape {
   const char *name;  ///< long name, or null for an option that has only a letter
   char code;         ///< the letter; of a long-only option, any character that no letter uses
-  Argument argument;
+  Takes takes;
   Form form;
 };
 
@@ -40,12 +80,27 @@ template <typename Options>
 struct OptionRow {
   const char *name;
   char code;
-  Argument argument;
+  Takes takes;
   /// Takes the text (empty where none was given); prints a complaint and returns false when it will
   /// not do. Null for a letter that the parser accepts and the command answers with its help.
   bool (*read)(Options &options, const char *text);
   Form form = Form::Both;
+
+  constexpr OptionShape shape() const { return {name, code, takes, form}; }
 };
+
+/// The options of a command as completion sees them. A command has one beside its help text, made of
+/// the rows that its own reading uses.
+struct OptionList {
+  size_t count;
+  OptionShape (*at)(size_t index);
+  WordAt operand = nullptr;  ///< what the words are that belong to no option; null for none
+};
+
+template <const auto &rows>
+constexpr OptionList optionList() {
+  return {std::size(rows), [](size_t index) { return rows[index].shape(); }};
+}
 
 /// How the reading of options ended.
 enum class Parsed {
@@ -70,7 +125,7 @@ template <typename Options, size_t N>
 Parsed parseOptions(int argc, char **argv, const Command_Info *row, const OptionRow<Options> (&rows)[N],
                     Options &into, HelpOption help = HelpOption::Declared) {
   std::array<OptionShape, N> shapes;
-  for (size_t i = 0; i < N; ++i) shapes[i] = {rows[i].name, rows[i].code, rows[i].argument, rows[i].form};
+  for (size_t i = 0; i < N; ++i) shapes[i] = rows[i].shape();
   struct Context {
     const OptionRow<Options> *rows;
     Options *into;
@@ -138,13 +193,6 @@ template <typename... T>
 bool anyRepeated(const Counted<T> &...options) {
   return (options.repeated() || ...);
 }
-
-/// One word that an option accepts, and what it stands for.
-template <typename T>
-struct Word {
-  const char *text;
-  T value;
-};
 
 /// Take the word that equals `text` in any case.
 /// @return whether there was one

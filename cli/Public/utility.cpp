@@ -74,6 +74,10 @@ uint8_t chooseRaidMode(const char *text) {
   return row != std::end(kRaidModes) ? row->code : kInvalid;
 }
 
+const char *raidModeWord(size_t index) {
+  return index < std::size(kRaidModes) ? kRaidModes[index].word.data() : nullptr;
+}
+
 const char *RaidModeStr(uint32_t code) {
   const auto *const row = std::ranges::find(kRaidModes, static_cast<uint8_t>(code), &RaidMode::code);
   return row != std::end(kRaidModes) ? row->name : "unknown";

@@ -20,7 +20,7 @@ constexpr uint32_t kPowerPins = 2;
 /// waited for a reset.
 Fw resetDisk(Adapter &adapter, uint32_t id);
 
-/// Drives a disk's PCIe reset line (PERST#, PCI Express card specification): On holds the disk in reset,
+/// Drives a disk's PCIe reset line (PERST#, PCI Express card standard): On holds the disk in reset,
 /// Off releases it. Cycle is a reset that the controller waits for, and leaves the line released.
 Fw driveResetLine(Adapter &adapter, Millis now, uint32_t id, LineAction action);
 

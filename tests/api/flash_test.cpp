@@ -126,6 +126,7 @@ TEST_F(Flash, EndsWhereItFails) {
   }
   platform.commands.clear();
   EXPECT_EQ(run("/nowhere").result, 1u) << "the commit has no device";
+  EXPECT_EQ(run("/proc/self/mem").result, 1u) << "it opens, and cannot be read";
   EXPECT_EQ(run("/nowhere", 2, 2, 0, 5).result, 1u) << "no controller";
   const NVME_Flash_Result outOfRange = run("/nowhere", 2, 2, 0, 33);
   EXPECT_EQ(outOfRange.result, 1u);

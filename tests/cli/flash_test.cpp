@@ -52,6 +52,8 @@ TEST_F(Flash, ChecksItsOptionsInOrder) {
                  {"flash -s 8", "-s : invalid firmware slot '8'.\n=> 1\n"},
                  {"flash --fs=9999999999", "-s : invalid firmware slot '9999999999'.\n=> 1\n"},
                  {"flash -c 8", "-c : invalid commit action '8'.\n=> 1\n"},
+                 {"flash -o pd -i 0 -f x --fs 2", "-s : invalid firmware slot ''.\n=> 1\n"},
+                 {"flash -o pd -i 0 -f x --ca 3", "-c : invalid commit action ''.\n=> 1\n"},
                  {"flash --bp_id=2", "-b : invalid boot partition id '2'.\n=> 1\n"},
                  {"flash --slot_info firmware", "-q : invalid query ''\n=> 1\n"},
                  {"flash -c 1 -c 1", duplicated},
@@ -77,6 +79,8 @@ TEST_F(Flash, ShowsSlots) {
         {"flash -o pd -i 99 -q firmware",
          FAILED "Invalid HD ID (Status Code: 0x706)\nGet Firmware Slot Count Fail=> 0\n"
                 "< op=c2 nsid=63 cdw10=1 cdw14=6 len=4096\n"},
+        {"!fault add op=2 short=0", ""},
+        {"flash -o hba -q firmware", SLOTS(0, 0) "=> 0\n" SENT_SLOTS},
         {"!fault add op=2 nvme=0x107", ""},
         {"flash -o hba -q firmware", "Slot count: 3\n" FAILED "Invalid Firmware Image (Status Code: 0x107)\n"
                                      "Get Firmware Slot Information Fail=> 0\n" SENT_SLOTS}});

@@ -25,9 +25,6 @@ TEST(Passthru, BuildsTheCommandFromItsOptions) {
          "CDW[0]: 0x6\n\n" SUCCESS "=> 0\n< op=c2 nsid=3 cdw10=1 cdw14=6\n"},
         {"passthru -i 1 -o 2 -r read --cdw10=0x7f0002 -d 8",
          eight + "=> 0\n< op=c2 nsid=1 cdw10=7f0002 cdw14=2 len=8\n"},
-        // 65544 bytes travel as 8: no more can come back, and no more is shown.
-        {"passthru -i 1 -o 2 -r read --cdw10=0x7f0002 -d 65544",
-         eight + "=> 0\n< op=c2 nsid=1 cdw10=7f0002 cdw14=2 len=8\n"},
         {"passthru -i 1 -o 10 -r read --cdw10 0x104 -m 16 --cdw11=11 --cdw12=12 --cdw13=0xffffffff -n "
          "0x100000002",
          "CDW[0]: 0xa\n\n" SUCCESS
@@ -84,6 +81,10 @@ TEST(Passthru, WritesOnlyTheFileThatIsOpen) {
   EXPECT_THAT(replaced.out, HasSubstr("Unable to write file '" + in + "'"));
   EXPECT_EQ(readFile(in).size(), 4096u);
   EXPECT_EQ(session.run(line + "--outputfile /dev/full").status, 1);
+  // 65544 bytes travel as 8; the file has all that were asked for.
+  play(session, {{"passthru -i 0 -o 6 --cdw10=1 -d 65544 -r read --outputfile " + out,
+                  "CDW[0]: 0x6\n" SUCCESS "=> 0\n< op=c2 cdw10=1 cdw14=6 len=8\n"}});
+  EXPECT_EQ(readFile(out), readFile(in).substr(0, 8) + std::string(65536, '\0'));
 }
 
 TEST(Passthru, RefusesWithResultZero) {

@@ -7,6 +7,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
+
 #include "SimHost.h"
 
 namespace trx::test {
@@ -87,6 +89,29 @@ TEST(Shell, OnATerminal) {
   EXPECT_EQ(terminal.wait(), 0);
 }
 
+TEST(Shell, CompletesAtATab) {
+  SimHost host;
+  std::string image = host.directory() / "two words.img";
+  std::ofstream{image};
+  Terminal terminal(host);
+  terminal.readUntil("> ");
+  const struct {
+    std::string keys;
+    std::string shown;
+  } rows[] = {
+      {"inf\t-o v\t-i 99\n", "info -o vd -i 99\n\nUnable to get info of VD\n> "},
+      {"vd --sb\t7\n", "vd --sbs=7\n-b : invalid stripe block size '7'.\n> "},
+      {"info --object=n\t-Z\n", "info --object=ns -Z\ninfo: illegal option -- Z\n> "},
+      {"info -i /et\t\n", "info -i /et\a\n-i : id should be a number\n"},  // no file may stand there
+      {"flash -o pd -i 0 -c 1 -s 1 -f " + image.substr(0, image.find(' ')) + "\t\n",
+       "file " + image + " is empty\n"},
+  };
+  for (const auto &row : rows) {
+    terminal.type(row.keys);
+    EXPECT_THAT(terminal.readUntil(row.shown), HasSubstr(row.shown)) << row.keys;
+  }
+}
+
 TEST(Shell, InAPipe) {
   SimHost host;
   const struct {
@@ -97,6 +122,7 @@ TEST(Shell, InAPipe) {
       {"\"\n", "Invalid quoted string.\n"},
       {"nonsense\nexit\nversion\n", "Invalid command 'nonsense'!\n"},
       {"info -o vd -i 99\n", "\nUnable to get info of VD\n"},
+      {"info\t-o vd -i 99\n", "\nUnable to get info of VD\n"},  // a tab completes nothing here
   };
   for (const auto &row : rows) {
     Outcome outcome = host.cli({}, row.input);

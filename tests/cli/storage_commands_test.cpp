@@ -98,6 +98,7 @@ TEST(Import, AdoptsOnTheChosenAdapterWhatTheCurrentOneShows) {
   expectRows(session, {
     {"import -l 7", 0, "\nUnable to get info of VD\n", "0 e2 0 7"},
     {"import -l 0 -i 1", 0, "Importable not support or parameters error.\n"},
+    {"import -l 65536", 1, "-l : invalid vd id '65536'\n"},
     {"import -i 2 -l x", 1, "NVMe Controller 2 does not exist.\n"},
     {"import -i 0", 1, "import: option -l is required\n"},
   });

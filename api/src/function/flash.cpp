@@ -137,17 +137,22 @@ void TRXFlash_Adapter_download(TRXFlash *flash) {
   TRXFileBuffer *file = flash->m_file;
   TRXProgressBar *progress = flash->m_progress;
   if (!file || !flash->m_d || !progress) return;
-  const TRX_U8 *segment = nullptr;
   TRX_U32 status = 0;
   do {
-    const TRX_U32 words[2] = {flash->m_segment_size / 4u - 1, file->get_offset(file) / 4};
-    segment = file->read(file);
+    const TRX_U32 offset = file->get_offset(file);
+    const TRX_U32 words[2] = {flash->m_segment_size / 4u - 1, offset / 4};
+    const TRX_U8 *segment = file->read(file);
+    if (file->get_offset(file) == offset) {
+      // A segment that could not be read is not sent, and its offset would never reach the end.
+      progress->setResult(progress, 1);
+      return;
+    }
     status = sendSegment(flash, words, segment);
     progress->setResult(progress, status);
     showPercentage(flash, file->get_offset(file));
     add_log("firmware image download CDW10 0x%x CDW11 0x%x ret %d.\n", words[0], words[1],
             static_cast<int>(status));
-  } while (segment && status == 0 && file->get_offset(file) < flash->m_total_size);
+  } while (status == 0 && file->get_offset(file) < flash->m_total_size);
 }
 
 void TRXFlash_Adapter_active(TRXFlash *flash) {

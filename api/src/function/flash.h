@@ -42,7 +42,7 @@ TRXFlash *CreateTRXFlashAdapterInstance(TRX_U8 fs, TRX_U8 ca, TRX_U8 type);
 void TRXFlash_Adapter_init(TRXFlash *flash, char *path, TRX_U8 adapter);
 
 /// Download the image (NVMe base standard, Firmware Image Download). The first segment that fails
-/// ends it; the result is that of the last segment sent.
+/// ends it; the result is that of the last segment sent, or 1 when one could not be read.
 void TRXFlash_Adapter_download(TRXFlash *flash);
 
 /// Commit (NVMe base standard, Firmware Commit).

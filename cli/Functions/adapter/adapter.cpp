@@ -96,6 +96,8 @@ void chooseBySlot(const char *slot) {
 
 }  // namespace
 
+constexpr OptionList adapter_options = optionList<kOptions>();
+
 int32_t doAdapter(int argc, char **argv, const Command_Info *row) {
   Options o;
   if (auto end = readOptions(argc, argv, row, kOptions, o, 1)) return *end;

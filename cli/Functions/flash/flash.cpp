@@ -80,18 +80,20 @@ bool readObject(Options &o, const char *text) {
 }
 
 bool readBounded(Counted<int32_t> &into, const char *text, int32_t largest) {
-  into.set(decimal(text).value_or(-1));
+  // No text at all, as in "--ca 3", where the 3 is another word, would count as 0: a slot and an action
+  // that nobody asked for.
+  into.set(*text ? decimal(text).value_or(-1) : -1);
   return into.value >= 0 && into.value <= largest;
 }
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"file", 'f', Argument::Required, [](Options &o, const char *text) {
+    {"file", 'f', kPath, [](Options &o, const char *text) {
        return o.file.set(pathArgument(text)); }},
-    {"type", 't', Argument::Required, [](Options &o, const char *text) {
+    {"type", 't', oneOf<kTypes>(), [](Options &o, const char *text) {
        ++o.raw.count;
        return choose(o.raw.value, text, kTypes) || complain("-t : invalid type '%s'\n", text); }},
-    {"object", 'o', Argument::Required, [](Options &o, const char *text) {
+    {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        return readObject(o, text) || complain("-o : invalid object '%s'\n", text); }},
     {"id", 'i', Argument::Required, [](Options &o, const char *text) {
        o.id.set(userId(text).value_or(-1));
@@ -104,7 +106,7 @@ constexpr OptionRow<Options> kOptions[] = {
        return readBounded(o.bootPartition, text, 1) ||
               complain("-b : invalid boot partition id '%s'.\n", text); }},
     // The help text calls it --query. This is meant.
-    {"slot_info", 'q', Argument::OptionalWhenLong, [](Options &o, const char *text) {
+    {"slot_info", 'q', oneOf<kQueries>(Argument::OptionalWhenLong), [](Options &o, const char *text) {
        ++o.slotInfo.count;
        return choose(o.slotInfo.value, text, kQueries) || complain("-q : invalid query '%s'\n", text); }},
 };
@@ -153,6 +155,8 @@ int32_t update(const Options &o) {
 }
 
 }  // namespace
+
+constexpr OptionList flash_options = optionList<kOptions>();
 
 int32_t doFlash(int argc, char **argv, const Command_Info *row) {
   Options o;

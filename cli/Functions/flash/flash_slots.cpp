@@ -31,6 +31,7 @@ TRX_U32 identify(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk, ControllerReply 
 
 TRX_U32 slotLog(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk, ControllerReply &log) {
   constexpr TRX_U16 kLength = sizeof(TRX_FIRMWARE_SLOT_INFO_LOG);
+  log.clear();  // a short reply must not show what was here before
   if (owner == SlotOwner::Disk) {
     return ControllerRequest::disk(TRX_OPCODE_DISK_READ, disk)
         .set(10, kSlotLog)

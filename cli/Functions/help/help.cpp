@@ -69,6 +69,8 @@ void printTopic(const char *word) {
 
 }  // namespace
 
+constexpr OptionList help_options = {0, nullptr, generalCommandWord};
+
 int32_t doHelp(int argc, char **argv, const Command_Info *row) {
   Parsed end = parseNoOptions(argc, argv, row, HelpOption::Undeclared);
   if (end != Parsed::Complete) {

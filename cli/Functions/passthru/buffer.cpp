@@ -3,8 +3,6 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
-
 namespace trx {
 namespace {
 
@@ -23,10 +21,6 @@ bool PageBuffer::allocate(uint64_t bytes) {
   data_ = pages;
   length_ = static_cast<size_t>(bytes);
   return true;
-}
-
-std::span<const uint8_t> PageBuffer::first(size_t count) const {
-  return {static_cast<const uint8_t *>(data_), std::min(count, length_)};
 }
 
 void PageBuffer::release() {

@@ -28,8 +28,8 @@ class PageBuffer {
   /// Bytes asked for.
   size_t length() const { return length_; }
 
-  /// The first `count` bytes, at most those asked for.
-  std::span<const uint8_t> first(size_t count) const;
+  /// The bytes asked for.
+  std::span<const uint8_t> bytes() const { return {static_cast<const uint8_t *>(data_), length_}; }
 
  private:
   void release();

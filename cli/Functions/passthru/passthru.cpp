@@ -118,11 +118,11 @@ bool openFile(Options &o, Counted<bool> &option, const char *text, const char *m
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
     // Accepted and without effect: disks take admin commands only.
-    {nullptr, 't', Argument::Required, [](Options &o, const char *text) {
+    {nullptr, 't', oneOf<kCommandSets>(), [](Options &o, const char *text) {
        ++o.commandSet.count;
        return choose(o.commandSet.value, text, kCommandSets) || complain("-t : invalid action '%s'\n", text); }},
     {"id", 'i', Argument::Required, readId},
-    {"request", 'r', Argument::Required, [](Options &o, const char *text) {
+    {"request", 'r', oneOf<kRequests>(), [](Options &o, const char *text) {
        ++o.request.count;
        return choose(o.request.value, text, kRequests) || complain("-r : invalid request '%s'\n", text); }},
     {"psdt", 'p', Argument::Required, [](Options &o, const char *text) {
@@ -151,10 +151,10 @@ constexpr OptionRow<Options> kOptions[] = {
        return readDword(o.cdw12, text, "--cdw12: CDW12 should be a decimal or hexadecimal\n"); }, Form::LongOnly},
     {"cdw13", '7', Argument::Required, [](Options &o, const char *text) {
        return readDword(o.cdw13, text, "--cdw13: CDW13 should be a decimal or hexadecimal\n"); }, Form::LongOnly},
-    {"outputfile", '8', Argument::Required, [](Options &o, const char *text) {
+    {"outputfile", '8', kPath, [](Options &o, const char *text) {
        return openFile(o, o.outputFile, text, "wb"); }, Form::LongOnly},
     // What it holds is never sent: this platform takes no data to a disk.
-    {"inputfile", '9', Argument::Required, [](Options &o, const char *text) {
+    {"inputfile", '9', kPath, [](Options &o, const char *text) {
        return openFile(o, o.inputFile, text, "r"); }, Form::LongOnly},
     {"showcmd", 's', Argument::None, [](Options &o, const char *) { return o.showCommand = true; }},
 };
@@ -224,7 +224,8 @@ bool deliver(Options &o, std::span<const uint8_t> data) {
 }
 
 int32_t readFromDisk(Options &o, const ControllerRequest &request) {
-  // The transfer has 16 bits of length; nothing past them comes back, so nothing past them is shown.
+  // The transfer has 16 bits of length. What was asked for beyond stays zero, and is shown and saved
+  // with the rest, so that a file has the length that was given. This is meant.
   auto length = static_cast<TRX_U16>(o.dataPages.length());
   TRX_U32 status =
       TRX_Adapter_PassthruAdmin(gCurrentAdapter, &request.record(), nullptr, 0, o.dataPages.data(), length);
@@ -232,12 +233,14 @@ int32_t readFromDisk(Options &o, const ControllerRequest &request) {
     std::fputs("Passthrough command is failed.\n", stream);
     return static_cast<int32_t>(status);
   }
-  bool saved = deliver(o, o.dataPages.first(length));
+  bool saved = deliver(o, o.dataPages.bytes());
   std::fputs("Passthrough command is success.\n", stream);
   return saved ? 0 : 1;
 }
 
 }  // namespace
+
+constexpr OptionList passthru_options = optionList<kOptions>();
 
 int32_t doPassthru(int argc, char **argv, const Command_Info *row) {
   Options o;

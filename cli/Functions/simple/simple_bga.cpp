@@ -93,19 +93,13 @@ struct Options {
   Counted<TRX_U16> pd;
 };
 
-/// Read an id that has 16 bits in the command: a larger one would name another object.
-bool readId(Counted<TRX_U16> &into, const char *text) {
-  std::optional<int32_t> id = zeroBasedId(text);
-  return id && *id <= UINT16_MAX && into.set(static_cast<TRX_U16>(*id));
-}
-
 // clang-format off
-constexpr OptionRow<Options> kActionRow{"action", 'a', Argument::Required, [](Options &o, const char *text) {
+constexpr OptionRow<Options> kActionRow{"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
   return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }};
 constexpr OptionRow<Options> kVolumeRow{"vd_id", 'i', Argument::Required, [](Options &o, const char *text) {
-  return readId(o.vd, text) || complain("-i : invalid vd id '%s'.\n", text); }};
+  return o.vd.take(zeroBasedId16(text)) || complain("-i : invalid vd id '%s'.\n", text); }};
 constexpr OptionRow<Options> kDiskRow{"pd_id", 'd', Argument::Required, [](Options &o, const char *text) {
-  if (readId(o.pd, text)) return true;
+  if (o.pd.take(zeroBasedId16(text))) return true;
   // An id below the first one is laid to -i. This is meant.
   bool number = decimal(text).has_value();
   return complain(number ? "-i : invalid pd id '%s'.\n" : "-d : invalid pd id '%s'.\n", text); }};
@@ -144,6 +138,10 @@ int32_t control(const Activity &activity, int argc, char **argv, const Command_I
 }
 
 }  // namespace
+
+constexpr OptionList init_options = optionList<kOptions>();
+constexpr OptionList mp_options = optionList<kOptions>();
+constexpr OptionList rebuild_options = optionList<kRebuildOptions>();
 
 int32_t doSINIT(int argc, char **argv, const Command_Info *row) { return control(kInit, argc, argv, row); }
 int32_t doSMP(int argc, char **argv, const Command_Info *row) {

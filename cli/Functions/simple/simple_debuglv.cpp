@@ -34,13 +34,15 @@ struct Options {
 };
 
 constexpr OptionRow<Options> kOptions[] = {
-    {"target", 't', Argument::Required,
+    {"target", 't', oneOf<kLevels>(),
      [](Options &o, const char *text) {
        return choose(o.target, text, kLevels) || complain("-t : invalid target '%s'.\n", text);
      }},
 };
 
 }  // namespace
+
+constexpr OptionList debuglv_options = optionList<kOptions>();
 
 int32_t doSDEBUGLV(int argc, char **argv, const Command_Info *row) {
   Options o;

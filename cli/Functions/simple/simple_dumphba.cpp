@@ -39,9 +39,9 @@ struct Options {
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"outputfile", '1', Argument::Required, [](Options &o, const char *text) {
+    {"outputfile", '1', kPath, [](Options &o, const char *text) {
        return o.outputFile.set(pathArgument(text)); }},
-    {"action", 'a', Argument::Required, [](Options &o, const char *text) {
+    {"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
 };
 // clang-format on
@@ -66,6 +66,8 @@ void printSwitches(const Page &data) {
 }
 
 }  // namespace
+
+constexpr OptionList dumphba_options = optionList<kOptions>();
 
 int32_t doSDUMPHBA(int argc, char **argv, const Command_Info *row) {
   Options o;

@@ -83,6 +83,8 @@ int32_t getPageEventSA(size_t count) {
 
 }  // namespace
 
+constexpr OptionList event_options = optionList<kOptions>();
+
 int32_t doSEvent(int argc, char **argv, const Command_Info *row) {
   Options o;
   if (auto end = readOptions(argc, argv, row, kOptions, o, 1)) return *end;

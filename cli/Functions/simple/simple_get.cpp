@@ -48,7 +48,7 @@ bool readId(Options &o, const char *text) {
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"object", 'o', Argument::Required, [](Options &o, const char *text) {
+    {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        return choose(o.object, text, kObjects) ||
               complain("-o : invalid object '%s', should be NVMe Controller\n", text); }},
     {"id", 'i', Argument::Required, readId},
@@ -89,6 +89,8 @@ int32_t printOne(const ControllerRequest &request, int32_t adapter) {
 }
 
 }  // namespace
+
+constexpr OptionList get_options = optionList<kOptions>();
 
 int32_t doSGet(int argc, char **argv, const Command_Info *row) {
   Options o;

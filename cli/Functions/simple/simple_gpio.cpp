@@ -56,7 +56,7 @@ constexpr OptionRow<Options> kOptions[] = {
        return readWord(o.level, text, "--level: Level range is not correct. \n"); }},
     {"value", '2', Argument::Required, [](Options &o, const char *text) {
        return readWord(o.value, text, "--value: Value range is not correct. \n"); }},
-    {"set-default", '3', Argument::Required, [](Options &o, const char *text) {
+    {"set-default", '3', oneOf<kYesNo>(), [](Options &o, const char *text) {
        return choose(o.setDefault, text, kYesNo)
               || complain("--set-default: Set default is not correct \n"); }},
 };
@@ -79,6 +79,8 @@ bool onlyPins(const Options &o) {
 }
 
 }  // namespace
+
+constexpr OptionList gpio_options = optionList<kOptions>();
 
 int32_t doSGPIO(int argc, char **argv, const Command_Info *row) {
   Options o;

@@ -28,7 +28,7 @@ namespace {
 
 struct Options {
   Counted<TRX_U8> adapter;
-  Counted<int32_t> vd;
+  Counted<TRX_U16> vd;
 };
 
 bool readAdapter(Options &o, const char *text) {
@@ -40,15 +40,15 @@ bool readAdapter(Options &o, const char *text) {
 }
 
 bool readVolume(Options &o, const char *text) {
-  return o.vd.take(zeroBasedId(text)) || complain("-l : invalid vd id '%s'\n", text);
+  return o.vd.take(zeroBasedId16(text)) || complain("-l : invalid vd id '%s'\n", text);
 }
 
 constexpr OptionRow<Options> kOptions[] = {{"id", 'i', Argument::Required, readAdapter},
                                            {"vd_id", 'l', Argument::Required, readVolume}};
 
-ControllerRequest importVolume(TRX_U32 vd) { return ControllerRequest::function(0xE2, 6).set(14, vd); }
+ControllerRequest importVolume(TRX_U16 vd) { return ControllerRequest::function(0xE2, 6).set(14, vd); }
 
-void importVDSA(TRX_U8 adapter, int32_t vd) {
+void importVDSA(TRX_U8 adapter, TRX_U16 vd) {
   constexpr TRX_U32 kNeeded = TRX_FEATURE_RAID | TRX_FEATURE_IMPORT;
   if ((summaryOf(adapter).Features & kNeeded) != kNeeded) {
     std::fputs("Importable not support or parameters error.\n", stream);
@@ -56,14 +56,14 @@ void importVDSA(TRX_U8 adapter, int32_t vd) {
   }
   NVME_VD_Info volume{};
   // The current adapter is asked even when -i names another one. This is meant.
-  if (TRX_Adapter_GetSimpleVDInfo(adapter, static_cast<TRX_U16>(vd), &volume) != 0) {
+  if (TRX_Adapter_GetSimpleVDInfo(adapter, vd, &volume) != 0) {
     std::fputs("\nUnable to get info of VD\n", stream);
     return;
   }
   const int32_t shown = vd + g_oneBaseMode;
   if (volume.Importable != 1) {
     std::fprintf(stream, "\nVD %d is not importable.\n", shown);
-  } else if (importVolume(static_cast<TRX_U32>(vd)).trace().send(adapter) == 0) {
+  } else if (importVolume(vd).trace().send(adapter) == 0) {
     std::fprintf(stream, "VD %d import successfully.\n", shown);
   } else {
     std::fprintf(stream, "\nFail to import VD %d.\n", shown);
@@ -71,6 +71,8 @@ void importVDSA(TRX_U8 adapter, int32_t vd) {
 }
 
 }  // namespace
+
+constexpr OptionList import_options = optionList<kOptions>();
 
 int32_t doSImport(int argc, char **argv, const Command_Info *row) {
   Options o;

@@ -75,12 +75,12 @@ bool readNumber(Counted<int32_t> &into, const char *text, const char *complaint)
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"object", 'o', Argument::Required, [](Options &o, const char *text) {
+    {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        ++o.object.count;
        return choose(o.object.value, text, kObjects) || complain("-o : invalid object '%s'.\n", text); }},
     {"id", 'i', Argument::Required, [](Options &o, const char *text) {
        return readNumber(o.id, text, "-i : id should be a number\n"); }},
-    {"type", 't', Argument::Required, [](Options &o, const char *text) {
+    {"type", 't', oneOf<kViews>(), [](Options &o, const char *text) {
        ++o.view.count;
        return choose(o.view.value, text, kViews) || complain("-t : invalid type '%s'\n", text); }},
     // The help text calls it --vd_id. This is meant.
@@ -245,6 +245,8 @@ void printNamespaces(const ControllerRequest &request, TRX_U16 id, Shown shownOf
 void getNSInfoOfVDSA(TRX_U16 id, TRX_U8 vd) { printNamespaces(volumeNamespaces(vd), id, Shown::Valid); }
 
 }  // namespace
+
+constexpr OptionList info_options = optionList<kOptions>();
 
 TRX_U32 readHostNamespaces(std::vector<NVME_NS_Info> &namespaces) {
   return readNamespaces(hostNamespaces(), namespaces);

@@ -44,18 +44,18 @@ constexpr Word<Action> kActions[] = {
 
 struct Options {
   Counted<Object> object;
-  Counted<int32_t> id;
+  Counted<TRX_U16> id;
   Counted<Action> action;
 };
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"object", 'o', Argument::Required, [](Options &o, const char *text) {
+    {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        // "-m" is meant.
        return choose(o.object, text, kObjects) || complain("-m : invalid object '%s'.\n", text); }},
     {"id", 'i', Argument::Required, [](Options &o, const char *text) {
-       return o.id.take(zeroBasedId(text)) || complain("-i : invalid id '%s'\n", text); }},
-    {"action", 'a', Argument::Required, [](Options &o, const char *text) {
+       return o.id.take(zeroBasedId16(text)) || complain("-i : invalid id '%s'\n", text); }},
+    {"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
 };
 // clang-format on
@@ -67,6 +67,8 @@ ControllerRequest ledRequest(Object object, TRX_U16 id, Action action) {
 
 }  // namespace
 
+constexpr OptionList led_options = optionList<kOptions>();
+
 int32_t doSLed(int argc, char **argv, const Command_Info *row) {
   Options o;
   if (auto end = readOptions(argc, argv, row, kOptions, o, 0)) return *end;
@@ -75,7 +77,7 @@ int32_t doSLed(int argc, char **argv, const Command_Info *row) {
   if (!o.id.given()) return complainRequired(argv[0], 'i', 0);
   if (!o.action.given()) return complainRequired(argv[0], 'a', 0);
 
-  return sendAndTell(ledRequest(o.object.value, static_cast<TRX_U16>(o.id.value), o.action.value),
+  return sendAndTell(ledRequest(o.object.value, o.id.value, o.action.value),
                      {"LED control success\n", "LED control failed.\n"});
 }
 

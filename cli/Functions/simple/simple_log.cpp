@@ -43,9 +43,9 @@ struct Options {
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"action", 'a', Argument::Required, [](Options &o, const char *text) {
+    {"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
-    {"outputfile", '1', Argument::Required, [](Options &o, const char *text) {
+    {"outputfile", '1', kPath, [](Options &o, const char *text) {
        o.fileFailed = !o.file.openOrComplain(pathArgument(text), "wb");
        return !o.fileFailed; }, Form::LongOnly},
 };
@@ -77,8 +77,14 @@ int32_t show(CommandFile &file) {
     complainUnreadable();
     return 1;
   }
+  // 64 MiB, more than an SPI flash holds: a controller that never says "last" must not hold us.
+  constexpr unsigned kMostPieces = 16384;
   ControllerReply reply;
-  for (bool first = true;; first = false) {
+  for (unsigned i = 0;; ++i) {
+    if (i == kMostPieces) {
+      std::fputs("SPI log does not end\n", stream);
+      return 1;
+    }
     TRX_U32 status = logPiece().trace().fetch(gCurrentAdapter, reply);
     if (status != 0) {
       complainUnreadable();
@@ -91,11 +97,11 @@ int32_t show(CommandFile &file) {
     }
     writeDeviceText({reinterpret_cast<const uint8_t *>(piece.text().data()), piece.text().size()});
     if (file.isOpen() && !file.write_file(piece.text().data(), piece.text().size())) return 1;
-    if (first && piece.length() == 0) {
+    if (i == 0 && piece.length() == 0) {
       std::fputs("No SPI log\n", stream);
       break;
     }
-    if (!first && piece.isLast()) break;
+    if (i > 0 && piece.isLast()) break;
   }
   if (!file.close_file()) return 1;
   std::fputs("cmd success\n", stream);
@@ -103,6 +109,8 @@ int32_t show(CommandFile &file) {
 }
 
 }  // namespace
+
+constexpr OptionList log_options = optionList<kOptions>();
 
 int32_t doSLog(int argc, char **argv, const Command_Info *row) {
   Options o;

@@ -74,6 +74,7 @@ constexpr Word<Action> kActions[] = {{"init", Action::Init},
                                      {"attach", Action::Attach},
                                      {"detach", Action::Detach}};
 constexpr Word<bool> kYesNo[] = {{"yes", true}, {"no", false}};
+constexpr Word<bool> kPrimary[] = {{"ctrl", true}};
 
 /// Controller List (NVMe base standard): a count, then so many identifiers.
 struct ControllerList {
@@ -130,7 +131,7 @@ bool readControllers(Options &o, const char *text) {
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"action", 'a', Argument::Required, [](Options &o, const char *text) {
+    {"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
     {"id", 'i', Argument::Required, readId},
     {"EUI64", 'e', Argument::Required, [](Options &o, const char *text) {
@@ -139,7 +140,7 @@ constexpr OptionRow<Options> kOptions[] = {
     {"nn", 'n', Argument::Required, [](Options &o, const char *text) {
        if (!isNumber(text)) return complain("-n: number of namespace should be a number\n");
        return o.number.set(static_cast<TRX_U8>(std::strtol(text, nullptr, 10))); }},
-    {"sharing", 's', Argument::Required, [](Options &o, const char *text) {
+    {"sharing", 's', oneOf<kYesNo>(), [](Options &o, const char *text) {
        return choose(o.shared, text, kYesNo) || complain("-s : invalid option '%s'.\n", text); }},
     {"cid", 'c', Argument::Required, [](Options &o, const char *text) {
        if (!isNumber(text)) return complain("-c: controller id should be a number\n");
@@ -148,9 +149,8 @@ constexpr OptionRow<Options> kOptions[] = {
        std::optional<uint64_t> lba = hexOrDecimal(text);
        return lba ? o.lba.set(*lba) : complain("-l: Invalid LBA\n"); }},
     {"ctrllist", 'd', Argument::Required, readControllers},
-    {"primary", 'p', Argument::Required, [](Options &o, const char *text) {
-       if (strcasecmp(text, "ctrl") != 0) return complain("-p : invalid value '%s'\n", text);
-       return o.primary.set(true); }},
+    {"primary", 'p', oneOf<kPrimary>(), [](Options &o, const char *text) {
+       return choose(o.primary, text, kPrimary) || complain("-p : invalid value '%s'\n", text); }},
     {"list", 'L', Argument::None, [](Options &o, const char *) { return o.list.set(true); }, Form::LongOnly},
 };
 // clang-format on
@@ -251,6 +251,8 @@ int32_t show(const Options &o) {
 }
 
 }  // namespace
+
+constexpr OptionList ns_options = optionList<kOptions>();
 
 int32_t doSNS(int argc, char **argv, const Command_Info *row) {
   // Read on every call, with the help too: its trace and its complaints come first.

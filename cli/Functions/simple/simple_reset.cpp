@@ -43,10 +43,10 @@ enum class Action : TRX_U8 { Cycle = 0, On = 1, Off = 2 };
 
 constexpr Word<Type> kTypes[] = {{"device", Type::Device}, {"perstn", Type::Perstn}, {"power", Type::Power}};
 constexpr Word<Action> kActions[] = {{"cycle", Action::Cycle}, {"on", Action::On}, {"off", Action::Off}};
-constexpr int32_t kPowerPins = 2;
+constexpr TRX_U16 kPowerPins = 2;
 
 struct Options {
-  Counted<int32_t> id;
+  Counted<TRX_U16> id;
   Counted<Type> type;
   Counted<Action> action;
 };
@@ -54,10 +54,10 @@ struct Options {
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
     {"pdid", 'i', Argument::Required, [](Options &o, const char *text) {
-       return o.id.take(zeroBasedId(text)) || complain("-i : invalid device id '%s'\n", text); }},
-    {"type", 't', Argument::Required, [](Options &o, const char *text) {
+       return o.id.take(zeroBasedId16(text)) || complain("-i : invalid device id '%s'\n", text); }},
+    {"type", 't', oneOf<kTypes>(), [](Options &o, const char *text) {
        return choose(o.type, text, kTypes) || complain("-t : invalid type '%s'.\n", text); }},
-    {"action", 'a', Argument::OptionalWhenLong, [](Options &o, const char *text) {
+    {"action", 'a', oneOf<kActions>(Argument::OptionalWhenLong), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
 };
 // clang-format on
@@ -69,6 +69,8 @@ ControllerRequest resetRequest(TRX_U16 id, Type type, Action action) {
 }
 
 }  // namespace
+
+constexpr OptionList reset_options = optionList<kOptions>();
 
 int32_t doSReset(int argc, char **argv, const Command_Info *row) {
   Options o;
@@ -86,7 +88,7 @@ int32_t doSReset(int argc, char **argv, const Command_Info *row) {
     std::fprintf(stream, "Power Pin ID only support %d or %d\n", g_oneBaseMode, g_oneBaseMode + 1);
     return 1;
   }
-  return sendAndTell(resetRequest(static_cast<TRX_U16>(o.id.value), o.type.value, o.action.value),
+  return sendAndTell(resetRequest(o.id.value, o.type.value, o.action.value),
                      {"Reset success\n", "Reset failed.\n"});
 }
 

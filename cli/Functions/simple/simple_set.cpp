@@ -53,14 +53,14 @@ bool readId(Options &o, const char *text) {
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"autorebuild", 'a', Argument::Required, [](Options &o, const char *text) {
+    {"autorebuild", 'a', oneOf<kSwitch>(), [](Options &o, const char *text) {
        // "-c" is meant.
        return choose(o.autoRebuild, text, kSwitch) || complain("-c : invalid auto rebuild mode '%s'\n", text); }},
     {nullptr, 'c', Argument::Required, nullptr},
-    {"object", 'o', Argument::Required, [](Options &o, const char *text) {
+    {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        return choose(o.object, text, kObjects) || complain("-o : invalid object '%s'\n", text); }},
     {"id", 'i', Argument::Required, readId},
-    {"bgarate", 'r', Argument::Required, [](Options &o, const char *text) {
+    {"bgarate", 'r', oneOf<kRates>(), [](Options &o, const char *text) {
        return choose(o.rate, text, kRates) || complain("-r : invalid BGA rate '%s'\n", text); }},
 };
 // clang-format on
@@ -93,6 +93,8 @@ int32_t configure(TRX_U8 adapter, const Options &o) {
 }
 
 }  // namespace
+
+constexpr OptionList set_options = optionList<kOptions>();
 
 int32_t doSSet(int argc, char **argv, const Command_Info *row) {
   Options o;

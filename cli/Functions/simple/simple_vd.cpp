@@ -87,7 +87,7 @@ bool readMembers(TRX_U32 &members, const char *list) {
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"action", 'a', Argument::Required, [](Options &o, const char *text) {
+    {"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
     {"vd_id", 'i', Argument::Required, [](Options &o, const char *text) {
        std::optional<int32_t> id = userId(text);
@@ -95,13 +95,13 @@ constexpr OptionRow<Options> kOptions[] = {
        // The command has eight bits for it: a larger id would name another volume.
        if (*id < 0 || *id > kLastVolume) return complain("-i : invalid id '%s'\n", text);
        return o.vd.set(*id); }},
-    {"raidmode", 'r', Argument::Required, [](Options &o, const char *text) {
+    {"raidmode", 'r', Takes(Argument::Required, raidModeWord), [](Options &o, const char *text) {
        o.raidMode.set(chooseRaidMode(text));
        return o.raidMode.value != kNoRaidMode || complain("-r : invalid raid mode %s\n", text); }},
     {"pdid", 'd', Argument::Required, [](Options &o, const char *text) {
        ++o.members.count;
        return readMembers(o.members.value, text) || complain("-d : invalid PD ID '%s'\n", text); }},
-    {"sbs", 'b', Argument::OptionalWhenLong, [](Options &o, const char *text) {
+    {"sbs", 'b', oneOf<kStripes>(Argument::OptionalWhenLong), [](Options &o, const char *text) {
        return choose(o.stripe, text, kStripes) || complain("-b : invalid stripe block size '%s'.\n", text); }},
     {"namespace", 'n', Argument::OptionalWhenLong, [](Options &o, const char *text) {
        if (!isNumber(text)) return complain("-n : invalid namespaces '%s'.\n", text);
@@ -121,6 +121,8 @@ ControllerRequest deleteVolume(TRX_U8 id) {
 constexpr OutcomeLines kLines = {"cmd success\n", "cmd failed.\n"};
 
 }  // namespace
+
+constexpr OptionList vd_options = optionList<kOptions>();
 
 int32_t doSVD(int argc, char **argv, const Command_Info *row) {
   Options o;

@@ -34,7 +34,7 @@ struct Options {
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"target", 't', Argument::Required, [](Options &o, const char *text) {
+    {"target", 't', oneOf<kTargets>(), [](Options &o, const char *text) {
        return choose(o.target, text, kTargets) || complain("-t : invalid target '%s'.\n", text); }},
 };
 // clang-format on
@@ -44,6 +44,8 @@ ControllerRequest vpdTargetRequest(Target target) {
 }
 
 }  // namespace
+
+constexpr OptionList vpd_options = optionList<kOptions>();
 
 int32_t doSVPD(int argc, char **argv, const Command_Info *row) {
   Options o;

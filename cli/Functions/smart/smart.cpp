@@ -119,7 +119,7 @@ constexpr OptionRow<Options> kOptions[] = {
     {"pd_id", 'i', Argument::Required, [](Options &o, const char *text) {
        o.id.set(userId(text).value_or(-1));
        return o.id.value >= 0 || complain("-i : invalid NVMe Controller id '%s'\n", text); }},
-    {"object", 'o', Argument::Required, [](Options &o, const char *text) {
+    {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        ++o.hba.count;
        return choose(o.hba.value, text, kObjects) || complain("-o : invalid object '%s'\n", text); }},
 };
@@ -141,6 +141,8 @@ TRX_U32 adapterLog(TRX_U8 adapter, ControllerReply &log) {
 }
 
 }  // namespace
+
+constexpr OptionList smart_options = optionList<kOptions>();
 
 void showLogSmartInfo(std::span<const TRX_U8, kSmartLogBytes> log) {
   std::fputs("\nNVME SMART Information :\n\n", stream);

@@ -42,17 +42,19 @@ struct Options {
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"type", 't', Argument::Required, [](Options &o, const char *text) {
+    {"type", 't', oneOf<kAccesses>(), [](Options &o, const char *text) {
        return choose(o.type, text, kAccesses) || complain("-t : invalid type '%s'\n", text); }},
-    {"outputfile", '1', Argument::Required, [](Options &o, const char *text) {
+    {"outputfile", '1', kPath, [](Options &o, const char *text) {
        return o.outputFile.set(pathArgument(text)); }},
     // Nothing reads it, for nothing is written.
-    {"inputfile", '2', Argument::Required, [](Options &o, const char *text) {
+    {"inputfile", '2', kPath, [](Options &o, const char *text) {
        return o.inputFile.set(pathArgument(text)); }},
 };
 // clang-format on
 
 }  // namespace
+
+constexpr OptionList spi_options = optionList<kOptions>();
 
 int32_t doSPI(int argc, char **argv, const Command_Info *row) {
   Options o;

@@ -82,7 +82,7 @@ bool openOutput(MiOptions &o, const char *text);
 // clang-format off
 inline constexpr OptionRow<MiOptions> kMiOffset{"offset", 'o', Argument::Required, readOffset};
 inline constexpr OptionRow<MiOptions> kMiLength{"datalen", 'l', Argument::Required, readLength};
-inline constexpr OptionRow<MiOptions> kMiOutputFile{"outputfile", 'f', Argument::Required, openOutput};
+inline constexpr OptionRow<MiOptions> kMiOutputFile{"outputfile", 'f', kPath, openOutput};
 // clang-format on
 
 /// What the pass-through commands answer to a line without any words: short help and help without

@@ -40,6 +40,8 @@ void printData(const MiResponse &response) {
 
 }  // namespace
 
+constexpr OptionList vpdread_options = optionList<kOptions>();
+
 int32_t doVPDRead(int argc, char **argv, const Command_Info *row) {
   MiOptions o;
   if (auto result = readOptions(argc, argv, row, kOptions, o, 0, ParserErrorHelp::Yes)) return *result;

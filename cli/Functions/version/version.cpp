@@ -26,6 +26,8 @@ constexpr OptionRow<Options> kOptions[] = {{nullptr, 'i', Argument::Required, nu
 
 }  // namespace
 
+constexpr OptionList version_options = optionList<kOptions>();
+
 int32_t doVersion(int argc, char **argv, const Command_Info *row) {
   Options none;
   Parsed end = parseOptions(argc, argv, row, kOptions, none);

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Public/completion.h"
+
+#include <strings.h>
+
+#include <array>
+#include <optional>
+
+#include "Public/common.h"
+#include "Public/options.h"
+#include "Public/utility.h"
+
+namespace trx {
+namespace {
+
+using Tokens = std::vector<std::string>;
+
+/// The words of the line as the shell splits it; the last is the one at the cursor.
+Tokens split(const std::string &line) {
+  std::array<char *, kMaxTokens> tokens;
+  int32_t count = 0;
+  std::string text = line;
+  bool closed = parse(&count, tokens.data(), text.data());
+  if (!closed) {
+    text = line + '"';
+    parse(&count, tokens.data(), text.data());
+  }
+  if (count > kMaxTokens) return {};
+  Tokens words(tokens.data(), tokens.data() + count);
+  bool behindBlank = line.empty() || line.back() == ' ' || line.back() == '\t';
+  if (closed && behindBlank) words.emplace_back();
+  return words;
+}
+
+bool begins(const std::string &typed, const char *word) {
+  return strncasecmp(word, typed.c_str(), typed.size()) == 0;
+}
+
+Completion wordsOf(WordAt at, const std::string &typed) {
+  Completion found;
+  for (size_t i = 0; at && at(i); ++i) {
+    if (begins(typed, at(i))) found.words.emplace_back(at(i));
+  }
+  return found;
+}
+
+Completion argumentOf(const OptionShape &option, const std::string &typed) {
+  if (option.takes.path) return {{}, true};
+  return wordsOf(option.takes.word, typed);
+}
+
+Completion namesOf(const OptionList &options, const std::string &typed) {
+  Completion found;
+  auto offer = [&](const std::string &name) {
+    if (begins(typed, name.c_str())) found.words.push_back(name);
+  };
+  for (size_t i = 0; i < options.count; ++i) {
+    OptionShape option = options.at(i);
+    if (!option.name) continue;
+    bool inWord = option.takes.argument == Argument::OptionalWhenLong;
+    offer(std::string("--") + option.name + (inWord ? "=" : ""));
+  }
+  offer("--help");
+  return found;
+}
+
+std::optional<OptionShape> withLetter(const OptionList &options, char letter) {
+  for (size_t i = 0; i < options.count; ++i) {
+    OptionShape option = options.at(i);
+    if (option.code == letter && option.form != Form::LongOnly) return option;
+  }
+  return std::nullopt;
+}
+
+/// The option with this long name, which may be abbreviated.
+std::optional<OptionShape> withName(const OptionList &options, const std::string &name) {
+  std::optional<OptionShape> found;
+  for (size_t i = 0; i < options.count && !name.empty(); ++i) {
+    OptionShape option = options.at(i);
+    if (!option.name || std::string_view(option.name).substr(0, name.size()) != name) continue;
+    if (option.name == name) return option;
+    if (found) return std::nullopt;
+    found = option;
+  }
+  return found;
+}
+
+/// The option of this word whose argument is the next word.
+std::optional<OptionShape> waiting(const OptionList &options, const std::string &word) {
+  if (word.starts_with("--")) {
+    auto option = withName(options, word.substr(2));
+    bool waits = option && option->takes.argument == Argument::Required;
+    return waits ? option : std::nullopt;
+  }
+  if (!word.starts_with('-')) return std::nullopt;
+  for (size_t i = 1; i < word.size(); ++i) {
+    auto option = withLetter(options, word[i]);
+    if (!option) return std::nullopt;
+    if (option->takes.argument == Argument::None) continue;
+    // What follows the letter in the same word is the argument.
+    return i + 1 == word.size() ? option : std::nullopt;
+  }
+  return std::nullopt;
+}
+
+Completion optionOrArgument(const OptionList &options, const Tokens &words) {
+  const std::string &typed = words.back();
+  std::optional<OptionShape> option;
+  for (size_t i = 1; i + 1 < words.size(); ++i) {
+    // The word behind such an option is its argument, whatever it looks like.
+    option = option ? std::nullopt : waiting(options, words[i]);
+  }
+  if (option) return argumentOf(*option, typed);
+  if (options.operand) return wordsOf(options.operand, typed);
+  size_t equals = typed.find('=');
+  if (!typed.starts_with("--") || equals == std::string::npos) return namesOf(options, typed);
+  option = withName(options, typed.substr(2, equals - 2));
+  return option ? argumentOf(*option, typed.substr(equals + 1)) : Completion{};
+}
+
+}  // namespace
+
+Completion complete(const std::string &line) {
+  Tokens words = split(line);
+  if (words.empty()) return {};
+  if (words.size() == 1) return wordsOf(generalCommandWord, words[0]);
+  const OptionList *options = optionsOf(findCommand(strlwr(words[0].data())).row);
+  return options ? optionOrArgument(*options, words) : Completion{};
+}
+
+}  // namespace trx
