@@ -1,0 +1,314 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Every command, with every one of its exchanges failing in every way that the simulated host knows,
+// each run on a fresh host. A run must end, say that it failed, return what its row allows, leave no
+// descriptor, memory (under a sanitizer) or held lock behind, and keep to the protocol.
+//
+//   trx_sim run -- fault_sweep [PART OF A LINE]      with a part, what each run returned is shown
+#include <fcntl.h>
+#include <semaphore.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <new>
+#include <regex>
+#include <set>
+#include <span>
+#include <sstream>
+
+#include "CliSession.h"
+#include "Functions/simple/simple_info.h"
+#include "Public/common.h"
+#include "trx/trx_api.h"
+
+namespace trx::test {
+namespace {
+
+struct Row {
+  const char *line;  ///< "@" stands for the host's directory
+  /// Results allowed when an exchange fails: numbers; S: the status of the completion, B: its low byte.
+  const char *results;
+  const char *before = nullptr;             ///< a line run first, "!" begins a verb of trx_sim
+  enum { Usual, Late, Slow } pace = Usual;  ///< Late: also seconds too late; Slow: waits by itself, so less
+  const char *topology = "frozen";
+};
+
+// clang-format off
+constexpr Row kRows[] = {
+    {"?", "0"}, {"help vd", "0"}, {"version", "0"}, {"hotkey", "0"}, {"--debug -a enable", "0"},
+    {"adapter --list", "0"}, {"adapter -s 03:00.00", "0"}, {"gen -t createns --nsze=1", "0"},
+    {"info -o hba", "0"}, {"info -o pd", "0"}, {"info -o vd", "0"}, {"info -o ns", "0"},
+    {"info -o ns -t vd -v 0", "0"}, {"info -o vd -i 0", "0"},
+    {"vd -a create -r 1 -d 3,4 -n 2", "0 S", "vd -a delete -i 2"}, {"vd -a delete -i 1", "0 S", nullptr, Row::Late},
+    {"ns -p ctrl", "0 S"}, {"ns --list", "0 S"},
+    {"ns -a init -i 3 -n 2", "0 S", "adapter -i 1"}, {"ns -a share -i 1 -s no -c 0", "0 S"},
+    {"ns -a create -i 1 -c 1 -l 0x1000000", "0 S", "adapter -i 1", Row::Usual, "lab"}, {"ns -a attach -i 1 -d 0,1", "0 S"},
+    {"ns -a detach -i 1 -d 0", "0 S"},
+    {"event -c 5", "0 S"},
+    {"init -i 2", "0 S"}, {"mp -i 2", "0 S"}, {"init -a stop -i 0", "0 S"}, {"rebuild -a start -i 1 -d 7", "0 S"},
+    {"import -l 3", "0 S"},
+    {"log -a show --outputfile=@log.txt", "0 1 S", "log -a on"}, {"log -a on", "0 S"}, {"log -a off", "0 S"},
+    {"flash -o hba -f @i.bin -s 2 -c 1", "0 2 263 S", "!image @i.bin --size 8192", Row::Slow},
+    {"flash -o hba -t raw -f @i.bin -s 2 -c 1", "0 S 1795", "!image @i.bin --size 4096", Row::Slow},
+    {"flash -o pd -i 2 -f @i.bin -s 2 -c 1", "0 S 117", "!image @i.bin --size 8192"},
+    {"flash -o hba -q firmware", "0"}, {"flash -o pd -i 2 -q firmware", "0"},
+    {"passthru -i 0 -o 6 -r read -d 4096 --cdw10=1", "0 S"},
+    {"passthru -i 0 -o 2 -r read -d 512 -n 0xffffffff --cdw10=0x7f0002 --outputfile=@p", "0 S"},
+    {"smart -i 0", "0 S"}, {"smart -i 0 -o hba", "0 S"},
+    {"vpd -t spi", "0 S"}, {"vpdread -o 0 -l 32", "0 2 S"},
+    {"mi_passthruread -i 0", "0 2 S"}, {"mi_passthruread -o 0 -l 32 -f @m", "0 2 S"},
+    {"mi_passthruwrite -o 0 -l 32 -f @i.bin", "0 S", "!image @i.bin --size 4096"},
+    {"reg -t read -i 0 -a 0x10", "0 S"}, {"reg -t write -i 0 -a 0x10 -d 1", "0 S"},
+    {"gpio --value=0x30", "0 S"}, {"i2c -i 0x50", "0 S"}, {"spi -t read --outputfile @s", "0 S"},
+    {"dumphba -a show --outputfile @d", "0 S"}, {"pcie -i 0", "0 1"},
+    {"get -o hba -i 0", "0 B"}, {"get -o hba", "0 B"}, {"set -o hba -i 0 -a on -r low", "0 1", nullptr, Row::Late},
+    {"led -o ep -i 0 -a on", "0 S"}, {"reset -i 0 -t device", "0 S"}, {"debuglv -t 1", "0 S"},
+    {"kxf -a on", "0 S"}, {"protect -a off", "0 S"}, {"sriov -a on", "0 S"},
+};
+// clang-format on
+
+constexpr int kNvmeStatus = 0x706, kFirmwareStatus = 7;
+constexpr const char *kWays[] = {"platform=5", "nvme=0x706", "signature", "status=7",
+                                 "short=2",    "short=9",    "garbage",   "ones"};
+constexpr const char *kSlowWays[] = {"nvme=0x706", "platform=5", "delay=1200"};
+constexpr const char *kStartWays[] = {"nvme=0x706", "garbage"};
+constexpr const char *kLateWay = "delay=5200";
+constexpr unsigned kPatienceSeconds = 60;
+constexpr int kAtOnce = 8;
+
+/// What a worker tells its parent, also when it dies.
+struct Report {
+  std::atomic<int> runs, failures;
+  char running[512];
+};
+Report *report;
+int reportDescriptor;
+bool verbose;
+
+void stuck(int) {
+  const char text[] = "does not end: ";
+  (void)!write(reportDescriptor, text, sizeof text - 1);
+  (void)!write(reportDescriptor, report->running, std::strlen(report->running));
+  (void)!write(reportDescriptor, "\n", 1);
+  _exit(1);
+}
+
+void fail(const std::string &why, const std::string &text = {}) {
+  ++report->failures;
+  dprintf(reportDescriptor, "%s: %s\n%s", report->running, why.c_str(), text.c_str());
+}
+
+std::ptrdiff_t openDescriptors() {
+  std::filesystem::directory_iterator all("/proc/self/fd");
+  return std::distance(begin(all), end(all));
+}
+
+int lockValue(const char *name) {
+  int value = 1;  // not made yet: free
+  sem_t *lock = sem_open(name, O_RDWR);
+  if (lock == SEM_FAILED) return value;
+  sem_getvalue(lock, &value);
+  sem_close(lock);
+  return value;
+}
+
+std::string placed(const char *text, CliSession &session) {
+  return std::regex_replace(text, std::regex("@"), session.host().directory().string() + "/");
+}
+
+class Sweep {
+ public:
+  explicit Sweep(const Row &row)
+      : row_(row), topology_(std::string(TRX_TOPOLOGY_DIR "/") + row.topology + ".json") {
+    std::filesystem::current_path(session_.host().directory());
+    line_ = placed(row.line, session_);
+  }
+
+  void all() {
+    clean_ = run("");
+    const size_t inStart = startExchanges_, inLine = lineExchanges_;
+    if (clean_.status != 0) fail("fails without a fault", clean_.out);
+    if (verbose) dprintf(reportDescriptor, "%s: %zu exchanges\n", row_.line, inLine);
+    auto ways = row_.pace == Row::Slow ? std::span<const char *const>(kSlowWays) : kWays;
+    for (const char *way : ways) {
+      for (size_t n = 1; n <= inLine; ++n) judge(way, run("nth=" + std::to_string(n) + " " + way));
+      run(std::string("count=1000000 ") + way);  // a controller that never answers well: it must end, too
+    }
+    if (row_.pace == Row::Slow) return;
+    for (size_t n = 1; row_.pace == Row::Late && n <= inLine; ++n)
+      judge(kLateWay, run("nth=" + std::to_string(n) + " " + kLateWay));
+    for (const char *way : kStartWays)
+      for (size_t n = 1; n <= inStart; ++n) run("nth=" + std::to_string(n) + " " + way, At::Start);
+  }
+
+ private:
+  enum class At { Start, Line };
+
+  /// A run on a fresh host; the fault strikes the line or the start before it.
+  CommandResult run(const std::string &fault, At at = At::Line) {
+    const bool atStart = at == At::Start;
+    std::snprintf(report->running, sizeof report->running, "%s / %s%s", row_.line, fault.c_str(),
+                  atStart ? " (start)" : "");
+    alarm(kPatienceSeconds);
+    SimHost &host = session_.host();
+    TRX_Final();
+    host.sim("reset", {"--topology", topology_});
+    gCurrentAdapter = 0;
+    dbg_enable = false;
+    const auto descriptors = openDescriptors();
+    host.traffic();
+    if (atStart) arm(fault);
+    start();
+    startExchanges_ = exchanges(host.traffic());
+    if (!atStart) prepare();
+    if (!atStart && !fault.empty()) arm(fault);
+    host.traffic();
+    CommandResult result = session_.run(line_);
+    lineExchanges_ = exchanges(host.traffic());
+    if (!atStart && fault.starts_with("nth") &&
+        std::filesystem::file_size(host.stateDirectory() / "faults") != 0)
+      fail("the fault did not strike");
+    std::ofstream(host.stateDirectory() / "faults");
+    ++report->runs;
+    check(fault, result, descriptors);
+    return result;
+  }
+
+  static size_t exchanges(const Words &traffic) {
+    return static_cast<size_t>(std::count_if(traffic.begin(), traffic.end(),
+                                             [](auto &line) { return !line.starts_with("global"); }));
+  }
+
+  void arm(const std::string &fault) {
+    std::ofstream(session_.host().stateDirectory() / "faults") << fault << "\n";
+  }
+
+  /// As a program begins; what it writes is not this test's.
+  void start() {
+    Capture standardOutput(STDOUT_FILENO);
+    outputOf([] {
+      TRX_Init();
+      gNumAdaptersFound = TRX_Adapter_GetCount();
+      g_pAdInfos.assign(gNumAdaptersFound, NVME_Adapter_Info{});
+      for (uint8_t i = 0; i < gNumAdaptersFound; ++i) TRX_Adapter_GetSimpleInfo(i, &g_pAdInfos[i]);
+    });
+  }
+
+  void prepare() {
+    if (!row_.before) return;
+    std::string before = placed(row_.before, session_);
+    if (before[0] != '!') {
+      session_.run(before);
+      return;
+    }
+    std::istringstream words(before.substr(1));
+    std::string verb;
+    words >> verb;
+    session_.host().sim(verb, {std::istream_iterator<std::string>(words), {}});
+  }
+
+  void check(const std::string &fault, const CommandResult &result, std::ptrdiff_t descriptors) {
+    static const std::regex complaint("fail|unable|error|invalid|not |No events|completion",
+                                      std::regex::icase);
+    std::string said = result.out + result.library + result.err;
+    if (result.status != 0 && !std::regex_search(said, complaint))
+      fail("no word of a failure, result " + std::to_string(result.status), said);
+    if (openDescriptors() != descriptors) fail("descriptors are left open");
+    for (const char *name : {"/trxd0", "/trxd1"})
+      if (lockValue(name) != 1) fail("a lock is left held");
+    std::string violations = session_.host().violations();
+    // The program takes a failure of the platform whose completion says success for a success, on
+    // purpose, and goes on: a receive whose send was lost is then the controller's to refuse.
+    if (!violations.empty() && fault.find("platform") == std::string::npos)
+      fail("broke the protocol", violations);
+  }
+
+  void judge(const std::string &way, const CommandResult &result) {
+    if (verbose)
+      dprintf(reportDescriptor, "%s => %d\n%s%s", report->running, result.status, result.out.c_str(),
+              result.library.c_str());
+    std::istringstream allowed(row_.results);
+    bool fits = false;
+    for (std::string word; allowed >> word;)
+      fits |= result.status == (word == "S"   ? kNvmeStatus
+                                : word == "B" ? kNvmeStatus & 0xFF
+                                              : std::stoi(word));
+    if (!fits) fail("result " + std::to_string(result.status) + ", not " + row_.results, result.out);
+    bool told = way.starts_with("platform") || way.starts_with("nvme");
+    if (told && result.library.find(" Failed, ") == std::string::npos)
+      fail("nothing tells of the failure", result.out);
+  }
+
+  const Row &row_;
+  std::string topology_;
+  CliSession session_;
+  std::string line_;
+  CommandResult clean_;
+  size_t startExchanges_ = 0, lineExchanges_ = 0;
+};
+
+/// One process per row: none can disturb another, and a row that waits holds up nobody.
+int work(const Row &row) {
+  std::signal(SIGALRM, stuck);
+  Sweep(row).all();
+  return report->failures != 0;
+}
+
+int missingCommands() {
+  std::set<std::string> words;
+  for (const Row &row : kRows) words.insert(std::string(row.line).substr(0, std::strcspn(row.line, " ")));
+  int missing = 0;
+  auto look = [&](const Command_Info &row) {
+    if (!words.contains(row.cmd)) missing += std::printf("no row for %s\n", row.cmd) > 0;
+  };
+  for (int i = 0; i < generalCmdTableV1Size(); ++i) look(generalCmdTableV1[i]);
+  for (int i = 0; i < hiddenCmdTableV1Size(); ++i) look(hiddenCmdTableV1[i]);
+  return missing;
+}
+
+int sweep(const char *part) {
+  constexpr size_t kBytes = std::size(kRows) * sizeof(Report);
+  auto *reports =
+      static_cast<Report *>(mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  if (reports == MAP_FAILED) return 1;
+  reportDescriptor = dup(STDERR_FILENO);
+  verbose = *part != '\0';
+  std::map<pid_t, size_t> workers;
+  int failed = missingCommands();
+  auto reap = [&] {
+    int status = 0;
+    pid_t ended = wait(&status);
+    if (status != 0) ++failed;
+    if (status != 0 && reports[workers[ended]].failures == 0)
+      std::fprintf(stderr, "%s: the process ended with status 0x%x\n", reports[workers[ended]].running,
+                   static_cast<unsigned>(status));
+    workers.erase(ended);
+  };
+  for (size_t i = 0; i < std::size(kRows); ++i) {
+    report = new (&reports[i]) Report{};
+    if (!std::strstr(kRows[i].line, part)) continue;
+    if (workers.size() == kAtOnce) reap();
+    pid_t worker = fork();
+    if (worker == 0) std::exit(work(kRows[i]));
+    workers[worker] = i;
+  }
+  while (!workers.empty()) reap();
+  int runs = 0;
+  for (size_t i = 0; i < std::size(kRows); ++i) runs += reports[i].runs;
+  std::printf("fault sweep: %d runs, %d rows failed\n", runs, failed);
+  return failed != 0;
+}
+
+}  // namespace
+}  // namespace trx::test
+
+int main(int argc, char **argv) { return trx::test::sweep(argc > 1 ? argv[1] : ""); }

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One of many processes that use a controller through the pair-command door.
+//
+//   process_worker pairs VOLUME COUNT   COUNT exchanges, a quarter of them writes of VOLUME's name
+//   process_worker time COUNT           COUNT exchanges, the milliseconds that each took
+//   process_worker lock                 the value of the controller's semaphore
+#include <fcntl.h>
+#include <semaphore.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "trx/trx_api.h"
+
+namespace {
+
+constexpr TRX_U16 kNamespaces = 64;
+
+RequestHeader oneVolume(TRX_U16 id) {
+  RequestHeader header{};
+  header.requestType = TRX_REQUEST_ONE_OBJECT;
+  header.start = id;
+  header.numRequested = 1;
+  return header;
+}
+
+/// Write a name that counts, and read it back; nobody else writes this volume.
+const char *countUp(TRX_U16 volume, int round) {
+  NVME_VD_Config_Request config{};
+  config.header = oneVolume(volume);
+  config.vd_config[0].ID = volume;
+  auto &name = config.vd_config[0].Name;
+  std::snprintf(reinterpret_cast<char *>(name), sizeof name, "v%u-%d", volume, round);
+  if (TRX_VD_SetConfig(0, &config) != 0) return "the volume's name was not written";
+  NVME_VD_Info_Request info{};
+  info.header = oneVolume(volume);
+  if (TRX_VD_GetInfo(0, &info) != 0) return "the volume was not read";
+  if (info.vd_info[0].ID != volume) return "the answer is of another volume";
+  if (std::memcmp(info.vd_info[0].Name, name, sizeof name) != 0) return "the name is not the one written";
+  return nullptr;
+}
+
+/// A write that all processes share, and a list that none of them changes.
+const char *share(TRX_U16 volume) {
+  NVME_Adapter_Config config{};
+  config.AutoRebuildOn = volume & 1;
+  config.BGARate = TRX_BGA_RATE_MEDIUM;
+  if (TRX_Adapter_SetConfig(0, &config) != 0) return "the controller was not configured";
+  static NVME_NS_Info first[kNamespaces];
+  NVME_NS_Info list[kNamespaces] = {};
+  if (TRX_NS_GetInfo(0, list, kNamespaces) != 0) return "the namespaces were not read";
+  if (first[0].NSID == 0) std::memcpy(first, list, sizeof list);
+  return list[0].NSID != 0 && std::memcmp(first, list, sizeof list) == 0 ? nullptr : "the namespaces differ";
+}
+
+int pairs(TRX_U16 volume, int count) {
+  for (int round = 1; round <= count / 4; ++round) {
+    const char *wrong = countUp(volume, round);
+    if (!wrong) wrong = share(volume);
+    if (wrong) return std::printf("volume %u, round %d: %s\n", volume, round, wrong) > 0;
+  }
+  return 0;
+}
+
+int timed(int count) {
+  using namespace std::chrono;
+  int failed = 0;
+  for (int i = 0; i < count; ++i) {
+    auto begin = steady_clock::now();
+    NVME_Adapter_Info info{};
+    failed += TRX_Adapter_GetInfo(0, &info) != 0;
+    std::printf("%ld ", static_cast<long>(duration_cast<milliseconds>(steady_clock::now() - begin).count()));
+    std::fflush(stdout);
+  }
+  return failed != 0;
+}
+
+int lockValue() {
+  sem_t *lock = sem_open("trxd0", O_RDWR);
+  int value = -1;
+  if (lock != SEM_FAILED) sem_getvalue(lock, &value);
+  return std::printf("%d", value) < 0;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  const std::string verb = argc > 1 ? argv[1] : "";
+  if (verb == "lock") return lockValue();
+  int status = 2;
+  TRX_Init();
+  if (verb == "pairs" && argc == 4)
+    status = pairs(static_cast<TRX_U16>(std::atoi(argv[2])), std::atoi(argv[3]));
+  if (verb == "time" && argc == 3) status = timed(std::atoi(argv[2]));
+  TRX_Final();
+  return status;
+}

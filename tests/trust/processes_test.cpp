@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Many processes at one controller, and processes that die in the middle.
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <future>
+#include <random>
+#include <sstream>
+
+#include "SimHost.h"
+
+namespace trx::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::Ge;
+using ::testing::HasSubstr;
+using ::testing::Lt;
+
+constexpr int kProcesses = 32;
+
+Outcome worker(SimHost &host, Words words) {
+  words.insert(words.begin(), TRX_PROCESS_WORKER);
+  return runProgram(host.runWords(words));
+}
+
+/// How many exchanges each process makes. TRX_PROCESS_EXCHANGES=1000 is for a patient person.
+std::string exchanges() {
+  const char *given = std::getenv("TRX_PROCESS_EXCHANGES");
+  return given ? given : "100";
+}
+
+size_t count(const std::string &text, const std::string &part) {
+  size_t found = 0;
+  for (size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) ++found;
+  return found;
+}
+
+TEST(Processes, KeepTheirPairsApartAndLoseNothing) {
+  SimHost host("volumes64");
+  std::vector<std::future<Outcome>> running;
+  for (int volume = 0; volume < kProcesses; ++volume)
+    running.push_back(std::async(std::launch::async, worker, std::ref(host),
+                                 Words{"pairs", std::to_string(volume), exchanges()}));
+  for (auto &each : running) {
+    Outcome outcome = each.get();
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  }
+  EXPECT_EQ(host.violations(), "");
+  EXPECT_EQ(worker(host, {"lock"}).out, "1");
+  const std::string volumes = host.cli({"info", "-o", "vd"}).out;
+  const std::string rounds = std::to_string(std::stoi(exchanges()) / 4);
+  for (int volume = 0; volume < kProcesses; ++volume)
+    EXPECT_THAT(volumes, HasSubstr(" v" + std::to_string(volume) + "-" + rounds + "\n"));
+}
+
+TEST(Processes, OneThatDiesWithTheLockCostsTheNextFiveSeconds) {
+  SimHost host;
+  ASSERT_EQ(host.sim("fault", {"add", "op=ce", "delay=60000"}).status, 0);
+  // It has sent, and waits for its answer with the lock held.
+  Words dying = host.runWords({"timeout", "-s", "KILL", "1", TRX_PROCESS_WORKER, "time", "1"});
+  EXPECT_EQ(runProgram(dying).status, 137);
+  ASSERT_THAT(host.traffic().back(), HasSubstr("op=cb")) << "it did not come that far";
+  EXPECT_EQ(worker(host, {"lock"}).out, "0");
+
+  Outcome next = worker(host, {"time", "3"});
+  EXPECT_EQ(next.status, 0);
+  std::istringstream times(next.out);
+  int first = 0;
+  times >> first;
+  EXPECT_THAT(first, AllOf(Ge(4900), Lt(9000)));
+  for (int later; times >> later;) EXPECT_LT(later, 4000);
+  EXPECT_EQ(worker(host, {"lock"}).out, "1");
+  EXPECT_EQ(host.violations(), "");
+}
+
+TEST(Processes, ThatAreKilledAnywhereLeaveAWholeState) {
+  SimHost host("lab");
+  std::string script;
+  for (int i = 0; i < 1000; ++i)
+    script +=
+        "vd -a create -r 1 -d 0,1 -n 2\nset -o hba -i 0 -a on\nmp -i 1\nmp -a stop -i 1\nvd -a delete -i 1\n";
+  std::minstd_rand random(7);
+  for (int i = 0; i < 40; ++i) {
+    const std::string seconds = "0." + std::to_string(1000 + random() % 1500);
+    EXPECT_EQ(runProgram(host.runWords({"timeout", "-s", "KILL", seconds, TRX_CLI_PATH}), script).status,
+              137);
+    Outcome shown = host.sim("show");
+    EXPECT_EQ(shown.status, 0) << shown.err;
+    const std::string volumes = host.cli({"info", "-o", "vd"}).out;
+    // The foreign volume was there before, and has no namespace.
+    const size_t made = count(volumes, "VD ID:") - 1;
+    EXPECT_THAT(volumes, HasSubstr("Total # of VD:       " + std::to_string(made + 1) + "\n"));
+    EXPECT_EQ(count(host.cli({"info", "-o", "ns"}).out, "NS ID:"), 2 * made);
+  }
+  EXPECT_THAT(host.traffic(), Contains(HasSubstr("cdw12=104e2"))) << "killed before anything was done";
+  EXPECT_EQ(host.violations(), "");
+  EXPECT_EQ(worker(host, {"lock"}).out, "1");
+}
+
+}  // namespace
+}  // namespace trx::test
