@@ -76,7 +76,7 @@ constexpr Row kRows[] = {
 };
 // clang-format on
 
-constexpr int kNvmeStatus = 0x706, kFirmwareStatus = 7;
+constexpr int kNvmeStatus = 0x706;
 constexpr const char *kWays[] = {"platform=5", "nvme=0x706", "signature", "status=7",
                                  "short=2",    "short=9",    "garbage",   "ones"};
 constexpr const char *kSlowWays[] = {"nvme=0x706", "platform=5", "delay=1200"};
