@@ -14,6 +14,7 @@
 #include <iterator>
 #include <optional>
 #include <span>
+#include <utility>
 
 #include "Public/common.h"
 
@@ -179,8 +180,8 @@ struct Counted {
 
   bool given() const { return count > 0; }
   bool repeated() const { return count > 1; }
-  bool set(const T &to) {
-    value = to;
+  bool set(T to) {
+    value = std::move(to);
     ++count;
     return true;
   }
