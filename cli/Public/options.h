@@ -14,6 +14,7 @@
 #include <iterator>
 #include <optional>
 #include <span>
+#include <utility>
 
 #include "Public/common.h"
 
@@ -180,7 +181,7 @@ struct Counted {
   bool given() const { return count > 0; }
   bool repeated() const { return count > 1; }
   bool set(T to) {
-    value = to;
+    value = std::move(to);
     ++count;
     return true;
   }

@@ -35,6 +35,7 @@ Answer answerList(RequestHeader header, const std::vector<uint16_t> &ids, Fw mis
 template <typename Objects>
 std::vector<uint16_t> idsOf(const Objects &objects) {
   std::vector<uint16_t> ids;
+  ids.reserve(objects.size());
   for (const auto &object : objects) ids.push_back(object.id);
   return ids;
 }

@@ -88,7 +88,7 @@ void runGetLogPage(Context &context, const Command &command, Completion &complet
   uint32_t zeroBasedDwords = command.dword(10) >> 16 & 0xFFF;
   if (command.wanted == 0) return context.breach("Get Log Page: no data buffer");
   // Dword 10 may leave the count out (0) and give the page alone; then the buffer tells the length.
-  if (zeroBasedDwords != 0 && (zeroBasedDwords + 1) * 4 > command.wanted)
+  if (zeroBasedDwords != 0 && (size_t{zeroBasedDwords} + 1) * 4 > command.wanted)
     return context.breach("Get Log Page: more dwords than the buffer holds");
   const AdapterCore &core = context.state().core;
   switch (page) {

@@ -203,7 +203,8 @@ void spoilData(const Fault &fault, Completion &completion) {
       data.assign(data.size(), 0xFF);
       break;
     case FaultKind::Garbage: {
-      std::minstd_rand noise(1);  // the same noise each time: a test that fails can be run again
+      // The same noise each time: a test that fails can be run again.
+      std::minstd_rand noise(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp)
       for (uint8_t &byte : data) byte = static_cast<uint8_t>(noise() >> 8);
       break;
     }

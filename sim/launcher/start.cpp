@@ -71,6 +71,7 @@ void surroundWith(Library library) {
 int becomeProgram(const std::vector<std::string> &words) {
   std::string program = findProgram(words[0]);
   std::vector<char *> vector;
+  vector.reserve(words.size() + 1);
   for (const std::string &word : words) vector.push_back(const_cast<char *>(word.c_str()));
   vector.push_back(nullptr);
   execvp(program.c_str(), vector.data());
