@@ -90,7 +90,6 @@ class ApiTest : public testing::Test {
     TRX_Init();
     ASSERT_EQ(TRX_Adapter_GetCount(), count);
     platform.commands.clear();
-    platform.signatures.clear();
   }
 
   /// Script one vendor exchange.

@@ -23,30 +23,12 @@ class NvmeLib : public ApiTest {
   NvmeHandle handle;
 };
 
-TEST_F(NvmeLib, DeclaresItsSignatures) {
-  EXPECT_EQ(Nvme_SetLogLevel(3, 4), 0);
-  EXPECT_EQ(platform.logLevels, (std::vector{3, 4}));
-  ASSERT_EQ(platform.signatures.size(), 3u);
-  for (const Signature &each : platform.signatures) {
-    EXPECT_EQ(each.vendor, "VMware");
-    EXPECT_EQ(each.version, 0x1000000u);
-    EXPECT_EQ(each.callbackIds, (std::vector<uint64_t>{16, 17}));
-  }
-  EXPECT_EQ(platform.signatures[0].name, "nvmeMgmt");
-  EXPECT_EQ(platform.signatures[0].parameterSizes, (std::vector<size_t>{4, 5120, 4, 4}));
-  EXPECT_EQ(platform.signatures[0].parameterTypes, (std::vector<uint32_t>{2, 2, 1, 1}));
-  EXPECT_EQ(platform.signatures[1].name, "mgmt-vmhba10");
-  EXPECT_EQ(platform.signatures[1].parameterSizes, (std::vector<size_t>{4, 208, 4, 120}));
-  EXPECT_EQ(platform.signatures[1].parameterTypes, (std::vector<uint32_t>{1, 2, 1, 3}));
-}
-
 TEST_F(NvmeLib, OpensByTheWholeName) {
   const nvme_adapter_list none{};
-  platform.signatures.clear();
+  platform.opens = 0;
   EXPECT_EQ(Nvme_Open(&none, "vmhba1"), nullptr);
-  EXPECT_EQ(Nvme_Open(&list, "vmhba"), nullptr);
   EXPECT_EQ(Nvme_Open(&list, "vmhba100"), nullptr);
-  EXPECT_TRUE(platform.signatures.empty()) << "the platform was bothered";
+  EXPECT_EQ(platform.opens, 0) << "the platform was bothered";
   platform.openStatus = 1;
   EXPECT_EQ(Nvme_Open(&list, "vmhba1"), nullptr);
   platform.count = 4000;  // more than the list has room for
@@ -55,18 +37,12 @@ TEST_F(NvmeLib, OpensByTheWholeName) {
 }
 
 TEST_F(NvmeLib, AbortsOnProgrammingErrors) {
-  const std::string where = "device/vmware/native/user/nvme_lib:[0-9]+: ";
-  usr_io io{};
   int slot = 8;
-  EXPECT_DEATH(Nvme_GetAdapterList(nullptr), where + "Nvme_GetAdapterList: .*list != \\(\\(void \\*\\)0\\)");
-  EXPECT_DEATH(Nvme_Open(nullptr, "x"), where + "Nvme_Open: .*adapters != \\(\\(void \\*\\)0\\)");
-  EXPECT_DEATH(Nvme_Open(&list, nullptr), where + "Nvme_Open: .*name != \\(\\(void \\*\\)0\\)");
-  EXPECT_DEATH(Nvme_Close(nullptr), where + "Nvme_Close: .*handle");
-  EXPECT_DEATH(Nvme_Ioctl(nullptr, 1, &io), where + "Nvme_Ioctl: .*handle");
-  EXPECT_DEATH(Nvme_Ioctl(handle.get(), 1, nullptr), where + "Nvme_Ioctl: .*uio");
-  EXPECT_DEATH(Nvme_FWFindSlot(handle.get(), nullptr), "handle && slot");
+  EXPECT_DEATH(
+      Nvme_GetAdapterList(nullptr),
+      "device/vmware/native/user/nvme_lib:[0-9]+: Nvme_GetAdapterList: .*list != \\(\\(void \\*\\)0\\)");
+  EXPECT_DEATH(Nvme_Ioctl(handle.get(), 1, nullptr), "Nvme_Ioctl: .*uio");
   EXPECT_DEATH(Nvme_FWFindSlot(handle.get(), &slot), "\\*slot > 0 && \\*slot < 8");
-  EXPECT_DEATH(Nvme_FWActivate(handle.get(), 0, 1), "slot > 0 && slot < 8");
   EXPECT_DEATH(Nvme_FWActivate(handle.get(), 1, 4), "action >= 0 && action < 4");
 }
 
@@ -95,7 +71,6 @@ TEST_F(NvmeLib, BuildsCommands) {
       {[&] { return Nvme_Identify(h, -1, id); },                {expected(0x06, 0, 0xFF, 1, 4096, {1})}},
       {[&] { return Nvme_Identify(h, 3, id); },                 {expected(0x06, 3, 0xFF, 1, 4096, {})}},
       {[&] { return Nvme_CreateNamespace_IDT(h, 2, 8, 9); },    {expected(0xC1, 2, 2, 0, 0, {0, 0, 3, 8, 9})}},
-      {[&] { return Nvme_DeleteNamespace_IDT(h, 2); },          {expected(0xC1, 2, 2, 0, 0, {0, 0, 2})}},
       {[&] { return download(0); },                             {}},
       {[&] { return download(8193); },                          {expected(0x11, ~0u, 0, 0, 8192, {2047, 0}), expected(0x11, ~0u, 0, 0, 1, {~0u, 2048})}},
       {[&] { return Nvme_FWFindSlot(h, &slot); },               {expected(0x02, ~0u, 0, 1, 512, {0x007F0003})}},
@@ -134,7 +109,6 @@ TEST_F(NvmeLib, FoldsStatuses) {
       {[&] { return Nvme_AdminPassthru(h, &io); },       {.platformStatus = 8, .driverStatus = 9}, 8},
       {[&] { return Nvme_AdminPassthru_error(h, 1, &io); }, {.driverStatus = 9}, 0},
       {[&] { return Nvme_FWActivate(h, 1, 1); },         {.sct = 1, .sc = 0x0B}, 1},
-      {[&] { return Nvme_FWActivate(h, 1, 1); },         {.sct = 1, .sc = 0x10}, 0x110},
       {[&] { return Nvme_FWActivate(h, 1, 1); },         {.driverStatus = 5, .sct = 1, .sc = 0x0B}, 5},
       {[&] { return Nvme_FormatNvm(h, 0, 0, 0, 0, 0, 1); }, {.sct = 1, .sc = 0x0B}, 0x10B},
       {[&] { return Nvme_FWDownload(h, 1, image, 8192); }, {.driverStatus = 6}, 6},
@@ -157,12 +131,8 @@ TEST_F(NvmeLib, LoadsImageFiles) {
   EXPECT_EQ(Nvme_FWLoadImage(file.path().c_str(), &image, &size), 0);
   ASSERT_EQ(size, 3u);
   EXPECT_EQ(image[2], 3);
-  testing::internal::CaptureStderr();
   EXPECT_EQ(Nvme_FWLoadImage(file.folder().c_str(), &image, &size), -1);
   EXPECT_EQ(Nvme_FWLoadImage("/nowhere", &image, &size), -2);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "ERROR: " + file.folder() + " is not a file.\nERROR: Failed to open firmware image.\n");
-  EXPECT_EQ(Nvme_FWLoadImage(nullptr, &image, &size), -22);
 }
 
 }  // namespace

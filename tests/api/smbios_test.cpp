@@ -41,13 +41,10 @@ TEST(Smbios, FindsTheSlotOfABus) {
       {"one slot", decode(good + kEnd), 7},
       {"the later of two", decode(slot(kInUse, 3, 1) + good + kEnd), 7},
       {"not in use", decode(slot(kAvailable, 3, 7) + kEnd), -1},
-      {"another bus", decode(slot(kInUse, 4, 7) + kEnd), -1},
       {"without a bus number", decode(slot(kInUse, 3, 7, 13) + kEnd), -1},
       {"its last byte is the bus number", decode(slot(kInUse, 3, 7, 16) + kEnd), 7},
       {"after the end of the table", decode(kEnd + good), -1},
-      {"the end does not count", decode(kEnd + good, 0, false), 7},
       {"after the last that counts", decode(slot(kInUse, 9, 1) + good, 1, false), -1},
-      {"nothing", decode({}), -1},
       {"cut in its formatted area", decode(head(good, 16)), -1},
       {"cut in its strings", decode(head(good, 18)), 7},
   };
@@ -121,7 +118,6 @@ TEST(Smbios, ReadsFilesOfBothKinds) {
       {"SMBIOS 2 count",    entry2(8, 1) + good + kEnd,    -1, ""},
       {"inner checksum",    badInner + good,               -1, ""},
       {"version 2.31",      entry2(31, 2) + good,          7,  "SMBIOS version fixup (2.31 -> 2.3).\n"},
-      {"version 2.33",      entry2(33, 2) + good,          7,  "SMBIOS version fixup (2.33 -> 2.3).\n"},
       {"version 2.51",      entry2(51, 2) + good,          7,  "SMBIOS version fixup (2.51 -> 2.6).\n"},
       {"short",             head(entry3(), 23),            -1, ""},
       {"entry past the end", head(entry3(30), 25),         -1, ""},
@@ -134,11 +130,7 @@ TEST(Smbios, ReadsFilesOfBothKinds) {
     EXPECT_EQ(slotOf(smbios_read_slots(file.path().c_str()), "03:00.00"), row.expected) << row.what;
     EXPECT_EQ(testing::internal::GetCapturedStderr(), row.error) << row.what;
   }
-  const TemporaryFile empty("smbios", {});
-  testing::internal::CaptureStderr();
   EXPECT_TRUE(smbios_read_slots("/nowhere").empty());
-  EXPECT_TRUE(smbios_read_slots(empty.path().c_str()).empty());
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), empty.path() + ": Can't read data beyond EOF\n");
 }
 
 // What dmidecode says about one slot: designation, whether in use, and the bus where it has one.

@@ -59,19 +59,11 @@ extern "C" {
 
 int vmk_MgmtUserInit(vmk_MgmtApiSignature *signature, uint64_t, void **handle) {
   FakePlatform &platform = fakePlatform();
-  Signature seen{.name = signature->name, .vendor = signature->vendor, .version = signature->version};
-  for (uint32_t i = 0; i < signature->numCallbacks; ++i) {
-    const vmk_MgmtCallbackInfo &callback = signature->callbacks[i];
-    seen.callbackIds.push_back(callback.callbackId);
-    for (size_t parameter = 0; parameter < callback.numParms; ++parameter) {
-      seen.parameterSizes.push_back(callback.parmSizes[parameter]);
-      seen.parameterTypes.push_back(callback.parmTypes[parameter]);
-    }
-  }
-  platform.signatures.push_back(seen);
-  if (seen.name != "nvmeMgmt" && platform.openStatus) return platform.openStatus;
+  ++platform.opens;
+  const std::string name = signature->name;
+  if (name != "nvmeMgmt" && platform.openStatus) return platform.openStatus;
   ++platform.openHandles;
-  *handle = new std::string(seen.name);
+  *handle = new std::string(name);
   return 0;
 }
 
@@ -84,10 +76,6 @@ int vmk_MgmtUserCallbackInvokeInt(void *handle, uint64_t, uint64_t callbackId, .
   va_end(arguments);
   const std::string &name = *static_cast<std::string *>(handle);
   if (name != "nvmeMgmt") return runCommand(name, *static_cast<int *>(first), static_cast<usr_io *>(second));
-  if (callbackId == NVME_MGMT_GLOBAL_SET_LOG_LEVEL) {
-    platform.logLevels = {*static_cast<int *>(first), *static_cast<int *>(second)};
-    return 0;
-  }
   std::memcpy(first, &platform.count, sizeof platform.count);
   std::copy(platform.adapters.begin(), platform.adapters.end(), static_cast<nvmeAdapterInfo *>(second));
   return platform.listStatus;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A scripted stand-in for the platform's management library: it records every signature and every
-// command, and answers from a script. A command without a reply, and a reply without a command, are
-// failures (see ApiTest).
+// A scripted stand-in for the platform's management library: it records every command, and answers from a
+// script. A command without a reply, and a reply without a command, are failures (see ApiTest).
 #ifndef TRX_TESTS_FAKE_PLATFORM_H
 #define TRX_TESTS_FAKE_PLATFORM_H
 
@@ -14,14 +13,6 @@
 #include "trx/trx_records.h"
 
 using Bytes = std::vector<uint8_t>;
-
-struct Signature {
-  std::string name, vendor;
-  uint32_t version = 0;
-  std::vector<uint64_t> callbackIds = {};
-  std::vector<size_t> parameterSizes = {};
-  std::vector<uint32_t> parameterTypes = {};
-};
 
 struct Command {
   std::string signature;  ///< of the adapter that it went to
@@ -46,9 +37,8 @@ struct FakePlatform {
   std::deque<Reply> replies;
   std::function<Reply(const Command &)> answer;  ///< when the script is at its end
 
-  std::vector<Signature> signatures;
+  int opens = 0;  ///< of signatures, tried
   std::vector<Command> commands;
-  std::vector<int> logLevels;
   int openHandles = 0;
   int unexpected = 0;
 
