@@ -93,6 +93,49 @@ TEST_F(Devices, GiveTheDriverAlignedClearedPages) {
       42u);
 }
 
+TEST_F(Devices, PassOnTheDwordsOfAnEntry) {
+  start();
+  trx_admin_command_format entry{};
+  for (TRX_U32 i = 0; i < 18; ++i) entry.CDW[i] = 0x01010100 + i;
+  platform.replies.push_back({});
+  EXPECT_EQ(TRX_Adapter_PassthruAdmin(0, &entry, nullptr, 0, nullptr, 0), 0u);
+  const Bytes sent = bytesOf(platform.commands.at(0).io.cmd);
+  for (TRX_U32 i = 0; i < 16; ++i) {
+    TRX_U32 dword = 0;
+    std::memcpy(&dword, &sent[i * 4], sizeof dword);
+    EXPECT_EQ(dword, i < 3 || i > 9 ? entry.CDW[i] : 0) << i;
+  }
+  EXPECT_EQ(platform.commands[0].io.addr, 0u);
+  EXPECT_EQ(platform.commands[0].io.timeoutUs, 100'000'000u);
+}
+
+TEST_F(Devices, TellTheTime) {
+  start();
+  const NVME_Adapter_Time time = {.hi = 0x0A0B, .mid = 0x0C0D, .lw = 0x0E0F, .reserved1 = {}};
+  platform.replies.push_back({});
+  EXPECT_EQ(TRX_Adapter_SetTime(0, &time), 0u);
+  const nvme_cmd &cmd = platform.commands.at(0).io.cmd;
+  EXPECT_EQ(cmd.opcode, 0xE2);
+  EXPECT_EQ(cmd.cdw12, 0x3E0u);
+  EXPECT_EQ(cmd.cdw13, 0x0C0D0A0Bu);
+  EXPECT_EQ(cmd.cdw14, 0x0E0Fu);
+  const std::string text = "[TRX_Adapter_SetTime][145]Fail..., errStatus=1\n";
+  EXPECT_EQ(printed([&] { EXPECT_EQ(TRX_Adapter_SetTime(9, &time), text.size()); }), text);
+}
+
+TEST_F(Devices, LogNvmCommandsWithoutSendingThem) {
+  start();
+  for (int opcode = 0; opcode < 12; ++opcode) {
+    const bool known = opcode == 1 || opcode == 2 || opcode == 4 || opcode == 5 || opcode == 8;
+    EXPECT_EQ(TRX_Adapter_NVM(0, static_cast<TRX_U8>(opcode), 1, nullptr, 0, nullptr, 0, nullptr, 0),
+              known ? 0u : 1u);
+  }
+  _Device *pair = deviceOf(0);
+  EXPECT_EQ(pair->sendNVM(pair, 1, 1, nullptr, 0, nullptr, 0, nullptr, 0), 5u);
+  const Bytes entry(64);
+  EXPECT_EQ(pair->sendPassthruAdmin(pair, entry.data(), nullptr, 0, nullptr, 0), 1u);
+}
+
 TEST_F(Devices, PairRefusesWhatIsNotAnAnswer) {
   const std::pair<std::vector<Reply>, TRX_U32> rows[] = {
       {{{.driverStatus = 5, .sc = 6}}, 1},                // send failed: no receive follows

@@ -7,13 +7,23 @@ TEST(Status, HasWords) {
   const std::pair<TRX_U32, const char *> rows[] = {
       {0, ""},
       {0x1, "Invalid Command Opcode (Status Code: 0x1)\n"},
+      {0x16, "SGL Offset Invalid (Status Code: 0x16)\n"},
       {0x17, "Unknown Status (Status Code: 0x17)\n"},
       {0x1F, "Command Not Supported for Queue in CMB (Status Code: 0x1f)\n"},
+      {0x7F, "Unknown Status (Status Code: 0x7f)\n"},
+      {0x80, "LBA Out of Range (Status Code: 0x80)\n"},
+      {0x84, "Format In Progress (Status Code: 0x84)\n"},
       {0x202, "Unknown Status (Status Code: 0x202)\n"},
+      {0x104, "Unknown error (Status Code: 0x104)\n"},
       {0x10B, "Firmware Activation Requires Conventional Reset (Status Code: 0x10b)\n"},
+      {0x117, "Unknown error (Status Code: 0x117)\n"},
+      {0x123, "Unknown error (Status Code: 0x123)\n"},
+      {0x702, "Unknown error (Status Code: 0x702)\n"},
       {0x709, "Operation in progress (Status Code: 0x709)\n"},
       {0x733, "LD is not redundant (Status Code: 0x733)\n"},
+      {0x737, "Unknown error (Status Code: 0x737)\n"},
       {0x74A, "Invalid Namespace count (Status Code: 0x74a)\n"},
+      {0x74B, "Unknown error (Status Code: 0x74b)\n"},
       {0xFFFFFFEA, "Unknown error (Status Code: 0xffffffea)\n"},
   };
   for (const auto &[status, text] : rows) {
@@ -22,6 +32,7 @@ TEST(Status, HasWords) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), text);
   }
   EXPECT_STREQ(ErrorMessage(0x100), "No error");
+  EXPECT_STREQ(ErrorMessage(0x701), "Failed");
   EXPECT_STREQ(ErrorMessage(2), "Unknown error");
 }
 

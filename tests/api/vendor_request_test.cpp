@@ -24,38 +24,46 @@ struct Row {
 // clang-format off
 const Row kRows[] = {
     {"Adapter_GetInfo",   [](uint8_t *r) { return TRX_Adapter_GetInfo(0, as<NVME_Adapter_Info>(r)); },       {224, 0}, {}, {}, 0, 156},
+    {"Adapter_GetConfig", [](uint8_t *r) { return TRX_Adapter_GetConfig(0, as<NVME_Adapter_Config>(r)); },   {224, 1}, {}, {}, 0, 16},
     {"Adapter_SetConfig", [](uint8_t *r) { return TRX_Adapter_SetConfig(0, as<NVME_Adapter_Config>(r)); },   {224, 2}, {}, {}, 16, 0},
+    {"Adapter_LED",       [](uint8_t *r) { return TRX_Adapter_LED(0, as<NVME_LED>(r)); },                    {224, 7}, {}, {}, 8, 0},
+    {"PD_GetInfo 1",      [](uint8_t *r) { return TRX_PD_GetInfo(0, as<NVME_PD_Info_Request>(r)); },         {225, 0}, {{6, 1}}, {}, 16, 1144},
     {"PD_GetInfo 58",     [](uint8_t *r) { return TRX_PD_GetInfo(0, as<NVME_PD_Info_Request>(r)); },         {225, 0}, {{6, 58}}, {}, 16, 65440},
     {"PD_GetInfo 59",     [](uint8_t *r) { return TRX_PD_GetInfo(0, as<NVME_PD_Info_Request>(r)); },         {225, 0}, {{6, 59}}, {}, 16, 1032},
     {"PD_OEM",            [](uint8_t *r) { return TRX_PD_OEM(0, as<TRXItem_OEM_Data>(r)); },                 {225, 3}, {{0, 3}, {1, 1}}, {}, 276, 276},
     {"PD_OEM wrapped",    [](uint8_t *r) { return TRX_PD_OEM(0, as<TRXItem_OEM_Data>(r)); },                 {225, 3}, {{0, 255}, {1, 255}}, {}, 16, 16},
     {"PD_Import",         [](uint8_t *r) { return TRX_PD_Import(0, as<RequestHeader>(r)); },                 {225, 9}, {}, {}, 16, 0},
     {"VD_GetInfo",        [](uint8_t *r) { return TRX_VD_GetInfo(0, as<NVME_VD_Info_Request>(r)); },         {226, 0}, {{6, 255}}, {}, 16, 44896},
+    {"VD_GetConfig",      [](uint8_t *r) { return TRX_VD_GetConfig(0, as<NVME_VD_Config_Request>(r)); },     {226, 1}, {{6, 2}}, {}, 16, 64},
     {"VD_SetConfig",      [](uint8_t *r) { return TRX_VD_SetConfig(0, as<NVME_VD_Config_Request>(r)); },     {226, 2}, {{6, 2}}, {}, 64, 0},
     {"VD_Create refused", [](uint8_t *r) { return TRX_VD_Create(0, as<NVME_Create_VD>(r)); },                {226, 3}, {{104, 1}}, {{104, 0}}, 632, 0, {}, 61},
     {"VD_QuerySize",      [](uint8_t *r) { return TRX_VD_QuerySize(0, as<NVME_Create_VD>(r), as<NVME_PreCreate_VD>(r)); }, {226, 3}, {{104, 0}}, {{104, 1}}, 632, 16},
     {"VD_Import",         [](uint8_t *) { return TRX_VD_Import(0, 0x0201); },                                {226, 6}, {}, {}, 16, 0, {0, 0, 2, 0, 1, 2, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+    {"PD_GetBGAStatus",   [](uint8_t *r) { return TRX_PD_GetBGAStatus(0, as<NVME_BGA_REQUEST>(r)); },        {227, 1}, {{6, 3}}, {}, 16, 40},
     {"VD_GetBGAStatus",   [](uint8_t *r) { return TRX_VD_GetBGAStatus(0, as<NVME_BGA_REQUEST>(r)); },        {227, 2}, {{6, 3}}, {}, 16, 40},
+    {"PD_BGAControl",     [](uint8_t *) { return TRX_PD_BGAControl(0, 5, TRX_NVME_BGA_OPERATION_ABORT); },   {227, 3, 3}, {}, {}, 16, 0, {0, 0, 2, 0, 5, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
     {"VD_BGAControl",     [](uint8_t *) { return TRX_VD_BGAControl(0, 6, TRX_NVME_BGA_OPERATION_PAUSE); },   {227, 4, 1}, {}, {}, 16, 0, {0, 0, 2, 0, 6, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
     {"PD_MP",             [](uint8_t *) { return TRX_PD_MP(0, 0x0102); },                                    {227, 5}, {}, {}, 8, 0, {2, 1, 0, 0, 0, 0, 0, 0}},
     {"VD_Init",           [](uint8_t *) { return TRX_VD_Init(0, 0x0102, 9); },                               {227, 6}, {}, {}, 8, 0, {2, 1, 9, 0, 0, 0, 0, 0}},
     {"VD_Rebuild",        [](uint8_t *r) { return TRX_VD_Rebuild(0, as<NVME_Rebuild>(r)); },                 {227, 7}, {}, {}, 8, 0},
+    {"VD_Sync",           [](uint8_t *) { return TRX_VD_Sync(0, 3); },                                       {227, 8}, {}, {}, 8, 0, {3, 0, 0, 0, 0, 0, 0, 0}},
     {"VD_Migrate",        [](uint8_t *r) { return TRX_VD_Migrate(0, as<NVME_Migrate>(r)); },                 {227, 9}, {}, {}, 40, 0},
+    {"VD_MP",             [](uint8_t *) { return TRX_VD_MP(0, 4); },                                         {227, 10}, {}, {}, 8, 0, {4, 0, 0, 0, 0, 0, 0, 0}},
     {"Event_Status",      [](uint8_t *r) { return TRX_Event_Status(0, as<NVME_Event_Status>(r)); },          {228, 1}, {}, {}, 0, 8},
     {"NS_GetInfo",        [](uint8_t *r) { return TRX_NS_GetInfo(0, as<NVME_NS_Info>(r), 170); },            {229, 0}, {}, {}, 0, 4080},
     {"NS_GetInfo wraps",  [](uint8_t *r) { return TRX_NS_GetInfo(0, as<NVME_NS_Info>(r), 2731); },           {229, 0}, {}, {}, 0, 8},
     {"NS_GetInfo_VD",     [](uint8_t *r) { return TRX_NS_GetInfo_VD(0, as<NVME_NS_Info>(r), 7, 2); },        {229, 1, 7}, {}, {}, 0, 48},
     {"Dump_Console",      [](uint8_t *r) { return TRX_Dump_Console(0, as<NVME_Debug_Dump_Request>(r)); },    {254, 0}, {}, {}, 0, 4096},
+    {"Dump_Status",       [](uint8_t *r) { return TRX_Dump_Status(0, as<NVME_Debug_Dump_Status>(r)); },      {254, 1}, {}, {}, 0, 8},
+    {"Get_Dump_Cfg",      [](uint8_t *r) { return TRX_Get_Dump_Cfg(0, as<NVME_Debug_Dump_Config>(r)); },     {254, 2}, {}, {}, 0, 8},
     {"Set_Dump_Cfg",      [](uint8_t *r) { return TRX_Set_Dump_Cfg(0, as<NVME_Debug_Dump_Config>(r)); },     {254, 3}, {}, {}, 8, 0},
     {"Page_Event",        [](uint8_t *r) { return TRX_Page_Event(0, as<NVME_Page_EventRequest>(r)); },       {254, 4}, {}, {}, 4096, 4096},
 };
 // clang-format on
 
-using VendorRequests = ApiTest;
+class VendorRequest : public ApiTest, public testing::WithParamInterface<Row> {};
 
-class Operation : public ApiTest, public testing::WithParamInterface<Row> {};
-
-TEST_P(Operation, SendsItsWordsAndDataAndTakesItsAnswer) {
+TEST_P(VendorRequest, SendsItsWordsAndDataAndTakesItsAnswer) {
   const Row &row = GetParam();
   start();
   Bytes record(70000), answer(sizeof(NVMEReceiveData::data));
@@ -83,9 +91,13 @@ TEST_P(Operation, SendsItsWordsAndDataAndTakesItsAnswer) {
   EXPECT_TRUE(record == expected) << "other bytes came back";
 }
 
-void PrintTo(const Row &row, std::ostream *out) { *out << row.name; }
+INSTANTIATE_TEST_SUITE_P(Operations, VendorRequest, testing::ValuesIn(kRows), [](const auto &row) {
+  std::string name = row.param.name;
+  std::replace(name.begin(), name.end(), ' ', '_');
+  return name;
+});
 
-INSTANTIATE_TEST_SUITE_P(Vendor, Operation, testing::ValuesIn(kRows));
+using VendorRequests = ApiTest;
 
 TEST_F(VendorRequests, TravelInTwoCommandsWithPinnedBytes) {
   start();
@@ -115,6 +127,13 @@ TEST_F(VendorRequests, TravelInTwoCommandsWithPinnedBytes) {
     EXPECT_EQ(command.io.direction, i);
     EXPECT_EQ(command.io.length, 4096u);
   }
+}
+
+TEST_F(VendorRequests, AnswerOfTheEventPageIsAlwaysSuccess) {
+  start();
+  platform.replies.push_back({.platformStatus = 5, .sct = 0, .sc = 6});
+  Bytes page(4096);
+  EXPECT_EQ(TRX_Page_Event(0, as<NVME_Page_EventRequest>(page.data())), 0u);
 }
 
 TEST_F(VendorRequests, WithoutAControllerAreRefused) {
