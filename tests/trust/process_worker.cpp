@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <semaphore.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -33,7 +34,8 @@ const char *countUp(TRX_U16 volume, int round) {
   config.header = oneVolume(volume);
   config.vd_config[0].ID = volume;
   auto &name = config.vd_config[0].Name;
-  std::snprintf(reinterpret_cast<char *>(name), sizeof name, "v%u-%d", volume, round);
+  const std::string text = "v" + std::to_string(volume) + "-" + std::to_string(round);
+  std::memcpy(name, text.data(), std::min(text.size(), sizeof name));
   if (TRX_VD_SetConfig(0, &config) != 0) return "the volume's name was not written";
   NVME_VD_Info_Request info{};
   info.header = oneVolume(volume);
