@@ -37,9 +37,10 @@ std::vector<uint8_t> factoryVpd(const AdapterCore &core) {
   product[1] = static_cast<uint8_t>(product.size() / 8);
   product.back() = checksum(product);
 
-  std::vector<uint8_t> vpd = {1, 0, 0, 0, 1, 0, 0, 0};  // the product area begins at 1 * 8
-  vpd.back() = checksum(vpd);
-  vpd.insert(vpd.end(), product.begin(), product.end());
+  std::vector<uint8_t> header = {1, 0, 0, 0, 1, 0, 0, 0};  // the product area begins at 1 * 8
+  header.back() = checksum(header);
+  std::vector<uint8_t> vpd(header.size() + product.size());
+  std::copy(product.begin(), product.end(), std::copy(header.begin(), header.end(), vpd.begin()));
   return vpd;
 }
 
