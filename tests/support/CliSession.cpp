@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -86,7 +87,7 @@ CommandResult CliSession::run(const std::string &line) {
 
 Words CliSession::requests() {
   Words lines = host_.traffic();
-  for (std::string &line : lines) line = line.substr(0, line.find(" ->"));
+  for (std::string &line : lines) line.resize(std::min(line.size(), line.find(" ->")));
   return lines;
 }
 

@@ -269,7 +269,7 @@ class Sweep {
   const Row &row_;
   CliSession session_;
   std::string line_;
-  CommandResult clean_;
+  CommandResult clean_{};
   size_t startExchanges_ = 0, lineExchanges_ = 0;
 };
 

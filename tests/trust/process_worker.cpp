@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 #include <string>
 
 #include "trx/trx_api.h"
@@ -33,15 +34,16 @@ const char *countUp(TRX_U16 volume, int round) {
   NVME_VD_Config_Request config{};
   config.header = oneVolume(volume);
   config.vd_config[0].ID = volume;
-  auto &name = config.vd_config[0].Name;
+  std::span name(config.vd_config[0].Name);
   const std::string text = "v" + std::to_string(volume) + "-" + std::to_string(round);
-  std::memcpy(name, text.data(), std::min(text.size(), sizeof name));
+  std::memcpy(name.data(), text.data(), std::min(text.size(), name.size()));
   if (TRX_VD_SetConfig(0, &config) != 0) return "the volume's name was not written";
   NVME_VD_Info_Request info{};
   info.header = oneVolume(volume);
   if (TRX_VD_GetInfo(0, &info) != 0) return "the volume was not read";
   if (info.vd_info[0].ID != volume) return "the answer is of another volume";
-  if (std::memcmp(info.vd_info[0].Name, name, sizeof name) != 0) return "the name is not the one written";
+  if (std::memcmp(info.vd_info[0].Name, name.data(), name.size()) != 0)
+    return "the name is not the one written";
   return nullptr;
 }
 
