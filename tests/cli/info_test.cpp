@@ -211,7 +211,7 @@ TEST(Info, ChecksOptionsInTheirOrder) {
       {"info -i 1 -i x", 1, "-i : id should be a number\nDuplicated option specified.\n"},
       {"info -i 1", 1, "info: option -o is required\n"},
       {"inf -i 1", 1, "inf: option -o is required\n"},
-      {"info -o disk", 1, "-o : invalid object 'disk'.\n"},
+      {"info -o disk", 1, "-o : invalid object 'disk'\n"},
       {"info -i x -o pd", 1, "-i : id should be a number\ninfo: option -o is required\n"},
       {"info -o pd -i x", 1, "-i : id should be a number\n"},
       {"info -o ns -t pd", 1, "-t : invalid type 'pd'\n"},

@@ -77,7 +77,7 @@ bool readNumber(Counted<int32_t> &into, const char *text, const char *complaint)
 constexpr OptionRow<Options> kOptions[] = {
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        ++o.object.count;
-       return choose(o.object.value, text, kObjects) || complain("-o : invalid object '%s'.\n", text); }},
+       return choose(o.object.value, text, kObjects) || complain("-o : invalid object '%s'\n", text); }},
     {"id", 'i', Argument::Required, [](Options &o, const char *text) {
        return readNumber(o.id, text, "-i : id should be a number\n"); }},
     {"type", 't', oneOf<kViews>(), [](Options &o, const char *text) {
