@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "model/firmware.h"
 #include "model/storage.h"
 
 namespace sim {
@@ -17,9 +18,7 @@ Disk *pluggedDisk(Adapter &adapter, uint32_t id) {
 
 void startUp(Disk &disk) {
   ++disk.resets;
-  if (disk.firmware.pending == 0) return;
-  disk.firmware.active = disk.firmware.pending;
-  disk.firmware.pending = 0;
+  activatePending(disk.firmware);
 }
 
 void hold(Adapter &adapter, Millis now, Disk &disk, Hold by) {
