@@ -1,18 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The three functions of the VMkernel management library, over the simulated host of the directory
 // that TRX_SIM_STATE names. The variable is read at each initialisation.
-#include "vmkmgmt.h"
-
-#include <unistd.h>
-
+#include <algorithm>
 #include <cerrno>
-#include <chrono>
-#include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <thread>
 
+#include "entry/entry.h"
 #include "host/directory.h"
 #include "host/faults.h"
 #include "platform/exchange.h"
@@ -54,7 +48,7 @@ int setLogLevel(const uint32_t *log, const uint32_t *debug) {
   return 0;
 }
 
-int invoke(Handle &handle, uint64_t instance, uint64_t callback, void *first, void *second) {
+int answer(Handle &handle, uint64_t instance, uint64_t callback, void *first, void *second) {
   if (instance != 0) recordViolation(handle.directory, "management call: the instance id is not 0");
   if (!handle.files) {
     if (callback == NVME_MGMT_GLOBAL_LIST_ADAPTERS)
@@ -69,53 +63,30 @@ int invoke(Handle &handle, uint64_t instance, uint64_t callback, void *first, vo
   return ENOSYS;
 }
 
-/// Runs `body`; what goes wrong with the host's own files is told on standard error, once per call.
-template <typename Body>
-int guarded(Body body) {
-  try {
-    return body();
-  } catch (const std::exception &error) {
-    std::fprintf(stderr, "trx_sim: %s\n", error.what());
-    return EIO;
-  }
-}
-
 }  // namespace
 
-extern "C" {
+namespace sim::entry {
 
-__attribute__((visibility("default"))) int vmk_MgmtUserInit(vmk_MgmtApiSignature *signature, uint64_t,
-                                                            void **handle) {
+int init(vmk_MgmtApiSignature *signature, uint64_t, void **handle) {
   if (!signature || !handle) return EINVAL;
   std::string directory = stateDirectory();
   if (directory.empty() || !hostExists(directory)) return ENOENT;
-  return guarded([&] {
-    auto opened = std::make_unique<Handle>();
-    opened->directory = directory;
-    std::string adapter;
-    if (std::string wrong = checkSignature(*signature, adapter); !wrong.empty()) {
-      recordViolation(directory, "management signature: " + wrong);
-      return EINVAL;
-    }
-    if (!adapter.empty()) opened->files = std::make_unique<AdapterFiles>(directory, adapter);
-    *handle = opened.release();
-    return 0;
-  });
+  auto opened = std::make_unique<Handle>();
+  opened->directory = directory;
+  std::string adapter;
+  if (std::string wrong = checkSignature(*signature, adapter); !wrong.empty()) {
+    recordViolation(directory, "management signature: " + wrong);
+    return EINVAL;
+  }
+  if (!adapter.empty()) opened->files = std::make_unique<AdapterFiles>(directory, adapter);
+  *handle = opened.release();
+  return 0;
 }
 
-__attribute__((visibility("default"))) int vmk_MgmtUserCallbackInvokeInt(void *handle, uint64_t instance,
-                                                                         uint64_t callback, ...) {
-  va_list arguments;
-  va_start(arguments, callback);
-  void *first = va_arg(arguments, void *);
-  void *second = va_arg(arguments, void *);
-  va_end(arguments);
-  if (!handle) return EINVAL;
-  return guarded([&] { return invoke(*static_cast<Handle *>(handle), instance, callback, first, second); });
+int invoke(void *handle, uint64_t instance, uint64_t callback, void *first, void *second) {
+  return handle ? answer(*static_cast<Handle *>(handle), instance, callback, first, second) : EINVAL;
 }
 
-__attribute__((visibility("default"))) void vmk_MgmtUserDestroy(void *handle) {
-  std::unique_ptr<Handle> gone(static_cast<Handle *>(handle));
-}
+void destroy(void *handle) { std::unique_ptr<Handle> gone(static_cast<Handle *>(handle)); }
 
-}  // extern "C"
+}  // namespace sim::entry

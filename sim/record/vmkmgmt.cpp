@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The management library's functions, forwarded unchanged to the library that TRX_SIM_RECORD_NEXT
 // names. What passes is appended to the recording that TRX_SIM_RECORD names.
-#include "vmkmgmt.h"
-
 #include <dlfcn.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +13,7 @@
 #include <mutex>
 #include <type_traits>
 
+#include "entry/entry.h"
 #include "recording/mask.h"
 #include "recording/recording.h"
 
@@ -136,10 +134,9 @@ int forward(Handle &handle, uint64_t instance, uint64_t callback, void *first, v
 
 }  // namespace
 
-extern "C" {
+namespace sim::entry {
 
-__attribute__((visibility("default"))) int vmk_MgmtUserInit(vmk_MgmtApiSignature *signature, uint64_t cookie,
-                                                            void **handle) {
+int init(vmk_MgmtApiSignature *signature, uint64_t cookie, void **handle) {
   const Platform *next = platform();
   if (!next) return ENOSYS;
   if (!signature || !handle) return next->init(signature, cookie, handle);
@@ -153,22 +150,16 @@ __attribute__((visibility("default"))) int vmk_MgmtUserInit(vmk_MgmtApiSignature
   return status;
 }
 
-__attribute__((visibility("default"))) int vmk_MgmtUserCallbackInvokeInt(void *handle, uint64_t instance,
-                                                                         uint64_t callback, ...) {
-  va_list arguments;
-  va_start(arguments, callback);
-  void *first = va_arg(arguments, void *);
-  void *second = va_arg(arguments, void *);
-  va_end(arguments);
+int invoke(void *handle, uint64_t instance, uint64_t callback, void *first, void *second) {
   if (!platform()) return ENOSYS;
   if (!handle) return platform()->invoke(handle, instance, callback, first, second);
   return forward(*static_cast<Handle *>(handle), instance, callback, first, second);
 }
 
-__attribute__((visibility("default"))) void vmk_MgmtUserDestroy(void *handle) {
+void destroy(void *handle) {
   if (!platform()) return;
   std::unique_ptr<Handle> gone(static_cast<Handle *>(handle));
   platform()->destroy(gone ? gone->next : nullptr);
 }
 
-}  // extern "C"
+}  // namespace sim::entry

@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The management library's functions, answered from the recording that TRX_SIM_REPLAY names.
-#include "vmkmgmt.h"
-
 #include <algorithm>
 #include <cerrno>
-#include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <mutex>
 #include <type_traits>
 
+#include "entry/entry.h"
 #include "replay/answers.h"
 
 namespace {
@@ -86,46 +83,23 @@ int answer(Handle &handle, uint64_t callback, void *first, void *second) {
   return ENOSYS;
 }
 
-/// Runs `body`; what goes wrong with the recording is told on standard error.
-template <typename Body>
-int guarded(Body body) {
-  try {
-    return body();
-  } catch (const std::exception &error) {
-    std::fprintf(stderr, "trx_sim: %s\n", error.what());
-    return EIO;
-  }
-}
-
 }  // namespace
 
-extern "C" {
+namespace sim::entry {
 
-__attribute__((visibility("default"))) int vmk_MgmtUserInit(vmk_MgmtApiSignature *signature, uint64_t,
-                                                            void **handle) {
+int init(vmk_MgmtApiSignature *signature, uint64_t, void **handle) {
   if (!signature || !handle) return EINVAL;
-  return guarded([&] {
-    auto opened = std::make_unique<Handle>();
-    opened->adapter = recordedAdapter({signature->name, strnlen(signature->name, sizeof signature->name)});
-    int status = answerHead(openHead(opened->adapter));
-    if (status == 0) *handle = opened.release();
-    return status;
-  });
+  auto opened = std::make_unique<Handle>();
+  opened->adapter = recordedAdapter({signature->name, strnlen(signature->name, sizeof signature->name)});
+  int status = answerHead(openHead(opened->adapter));
+  if (status == 0) *handle = opened.release();
+  return status;
 }
 
-__attribute__((visibility("default"))) int vmk_MgmtUserCallbackInvokeInt(void *handle, uint64_t,
-                                                                         uint64_t callback, ...) {
-  va_list arguments;
-  va_start(arguments, callback);
-  void *first = va_arg(arguments, void *);
-  void *second = va_arg(arguments, void *);
-  va_end(arguments);
-  if (!handle) return EINVAL;
-  return guarded([&] { return answer(*static_cast<Handle *>(handle), callback, first, second); });
+int invoke(void *handle, uint64_t, uint64_t callback, void *first, void *second) {
+  return handle ? answer(*static_cast<Handle *>(handle), callback, first, second) : EINVAL;
 }
 
-__attribute__((visibility("default"))) void vmk_MgmtUserDestroy(void *handle) {
-  std::unique_ptr<Handle> gone(static_cast<Handle *>(handle));
-}
+void destroy(void *handle) { std::unique_ptr<Handle> gone(static_cast<Handle *>(handle)); }
 
-}  // extern "C"
+}  // namespace sim::entry
