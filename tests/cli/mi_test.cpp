@@ -2,15 +2,14 @@
 // VPD through NVMe-MI messages, the tunnelled Identify, and the printer of what it brings.
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "CliSession.h"
 #include "Functions/standard/identify_print.h"
 #include "Public/common.h"
+#include "RealData.h"
 
 namespace trx::test {
 namespace {
@@ -185,15 +184,14 @@ std::map<std::string, std::string> printed(std::span<const uint8_t> data) {
 }
 
 TEST(IdentifyPrinter, AgreesWithReadingsOfRealDrives) {
-  const char *given = std::getenv("TRX_REAL_DATA");
-  std::filesystem::path folder = given ? given : TRX_TOPOLOGY_DIR "/../../../shared/real";
+  std::filesystem::path folder = realData("nvme/identify");
   size_t read = 0;
-  if (!std::filesystem::exists(folder / "nvme/identify")) GTEST_SKIP() << "no real data";
-  for (const auto &entry : std::filesystem::directory_iterator(folder / "nvme/identify")) {
+  if (!std::filesystem::exists(folder)) GTEST_SKIP() << folder;
+  for (const auto &entry : std::filesystem::directory_iterator(folder)) {
     std::string name = entry.path().string();
     constexpr std::string_view kEnd = ".nvme-cli.json";
     if (!name.ends_with(kEnd)) continue;
-    auto reading = nlohmann::json::parse(readFile(name));
+    auto reading = readJson(name);
     if (!reading.contains("vid")) continue;
     std::string bytes = readFile(name.substr(0, name.size() - kEnd.size()) + ".bin");
     auto fields = printed({reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size()});

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Pages of real drives and what another program reads in them, kept outside of the project
-// (TRX_REAL_DATA). Tests that want them are skipped where they are not.
+// Pages of real drives and what another program reads in them. They are not a part of the project;
+// TRX_REAL_DATA names their directory. Tests that want them are skipped without it.
 #ifndef TRX_TESTS_REAL_DATA_H
 #define TRX_TESTS_REAL_DATA_H
 
@@ -13,8 +13,8 @@
 namespace trx::test {
 
 inline std::filesystem::path realData(const char *name) {
-  const char *given = std::getenv("TRX_REAL_DATA");
-  return std::filesystem::path(given ? given : TRX_REAL_DATA_DEFAULT) / name;
+  const char *directory = std::getenv("TRX_REAL_DATA");
+  return directory ? std::filesystem::path(directory) / name : "";
 }
 
 inline nlohmann::json readJson(const std::filesystem::path &path) {
