@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <future>
 #include <random>
 #include <sstream>
@@ -20,16 +19,11 @@ using ::testing::HasSubstr;
 using ::testing::Lt;
 
 constexpr int kProcesses = 32;
+constexpr int kExchanges = 1000;  // of each process
 
 Outcome worker(SimHost &host, Words words) {
   words.insert(words.begin(), TRX_PROCESS_WORKER);
   return runProgram(host.runWords(words));
-}
-
-/// How many exchanges each process makes. TRX_PROCESS_EXCHANGES=1000 is for a patient person.
-std::string exchanges() {
-  const char *given = std::getenv("TRX_PROCESS_EXCHANGES");
-  return given ? given : "100";
 }
 
 size_t count(const std::string &text, const std::string &part) {
@@ -43,7 +37,7 @@ TEST(Processes, KeepTheirPairsApartAndLoseNothing) {
   std::vector<std::future<Outcome>> running;
   for (int volume = 0; volume < kProcesses; ++volume)
     running.push_back(std::async(std::launch::async, worker, std::ref(host),
-                                 Words{"pairs", std::to_string(volume), exchanges()}));
+                                 Words{"pairs", std::to_string(volume), std::to_string(kExchanges)}));
   for (auto &each : running) {
     Outcome outcome = each.get();
     EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
@@ -51,7 +45,7 @@ TEST(Processes, KeepTheirPairsApartAndLoseNothing) {
   EXPECT_EQ(host.violations(), "");
   EXPECT_EQ(worker(host, {"lock"}).out, "1");
   const std::string volumes = host.cli({"info", "-o", "vd"}).out;
-  const std::string rounds = std::to_string(std::stoi(exchanges()) / 4);
+  const std::string rounds = std::to_string(kExchanges / 4);
   for (int volume = 0; volume < kProcesses; ++volume)
     EXPECT_THAT(volumes, HasSubstr(" v" + std::to_string(volume) + "-" + rounds + "\n"));
 }
