@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cstdio>
+#include <span>
+#include <vector>
 
 #include "Functions/handlers.h"
-#include "Functions/passthru/buffer.h"
 #include "Functions/smart/smart.h"
 #include "Public/files.h"
 #include "Public/numbers.h"
@@ -81,7 +82,6 @@ struct Options {
   Counted<bool> outputFile, inputFile;
   bool showCommand = false;
 
-  PageBuffer metadataPages, dataPages;
   CommandFile file;  ///< one for both file options: the later replaces the earlier. This is meant.
 };
 
@@ -103,11 +103,13 @@ bool readDword(Counted<TRX_U32> &into, const char *text, const char *complaint) 
   return number || complain("%s", complaint);
 }
 
-bool readLength(Counted<uint64_t> &into, PageBuffer &pages, const char *text, const char *complaint) {
+bool readLength(Counted<uint64_t> &into, const char *text, const char *complaint) {
+  // Far more than any device moves at once. What is asked for is shown whole, and should come to an end.
+  constexpr uint64_t kMostBytes = 1 << 20;
   std::optional<uint64_t> bytes = hexOrDecimal(text);
   if (!bytes) return complain("%s", complaint);
-  into.set(*bytes);
-  return pages.allocate(*bytes) || complain("Unable to allocate a buffer of %s bytes.\n", text);
+  if (*bytes > kMostBytes) return complain("Unable to allocate a buffer of %s bytes.\n", text);
+  return into.set(*bytes);
 }
 
 bool openFile(Options &o, Counted<bool> &option, const char *text, const char *mode) {
@@ -137,12 +139,11 @@ constexpr OptionRow<Options> kOptions[] = {
        return readDword(o.cdw2, text, "--cdw2: CDW2 should be a decimal or hexadecimal\n"); }, Form::LongOnly},
     {"cdw3", '3', Argument::Required, [](Options &o, const char *text) {
        return readDword(o.cdw3, text, "--cdw3: CDW3 should be a decimal or hexadecimal\n"); }, Form::LongOnly},
+    // Metadata is never sent: this platform takes none.
     {"metadata-len", 'm', Argument::Required, [](Options &o, const char *text) {
-       return readLength(o.metadataLength, o.metadataPages, text,
-                         "-m: Metadata length id should be a decimal or hexadecimal\n"); }},
+       return readLength(o.metadataLength, text, "-m: Metadata length id should be a decimal or hexadecimal\n"); }},
     {"data-len", 'd', Argument::Required, [](Options &o, const char *text) {
-       return readLength(o.dataLength, o.dataPages, text,
-                         "-d: data length id should be a decimal or hexadecimal\n"); }},
+       return readLength(o.dataLength, text, "-d: data length id should be a decimal or hexadecimal\n"); }},
     {"cdw10", '4', Argument::Required, [](Options &o, const char *text) {
        return readDword(o.cdw10, text, "--cdw10: CDW10 should be a decimal or hexadecimal\n"); }, Form::LongOnly},
     {"cdw11", '5', Argument::Required, [](Options &o, const char *text) {
@@ -185,12 +186,12 @@ ControllerRequest passthruRequest(const Options &o) {
 
 /// The record's dwords; in place of the data pointer of an NVMe command, in 7 and 9, stand the address
 /// and the length of the host's buffer. This is meant.
-void showCommandFormat(const ControllerRequest &request, const PageBuffer &data) {
+void showCommandFormat(const ControllerRequest &request, std::span<const uint8_t> data) {
   std::fputs("[Command Format]\n", stream);
   for (unsigned i = 0; i < 16; ++i) {
     TRX_U32 value = request.record().CDW[i];
     if (i == 7) value = static_cast<TRX_U32>(reinterpret_cast<uintptr_t>(data.data()));
-    if (i == 9) value = static_cast<TRX_U32>(data.length());
+    if (i == 9) value = static_cast<TRX_U32>(data.size());
     std::fprintf(stream, "CDW%02u: 0x%x\n", i, value);
   }
 }
@@ -223,17 +224,17 @@ bool deliver(Options &o, std::span<const uint8_t> data) {
   return saved;
 }
 
-int32_t readFromDisk(Options &o, const ControllerRequest &request) {
+int32_t readFromDisk(Options &o, const ControllerRequest &request, std::span<uint8_t> data) {
   // The transfer has 16 bits of length. What was asked for beyond stays zero, and is shown and saved
   // with the rest, so that a file has the length that was given. This is meant.
-  auto length = static_cast<TRX_U16>(o.dataPages.length());
+  auto length = static_cast<TRX_U16>(data.size());
   TRX_U32 status =
-      TRX_Adapter_PassthruAdmin(gCurrentAdapter, &request.record(), nullptr, 0, o.dataPages.data(), length);
+      TRX_Adapter_PassthruAdmin(gCurrentAdapter, &request.record(), nullptr, 0, data.data(), length);
   if (status != 0) {
     std::fputs("Passthrough command is failed.\n", stream);
     return static_cast<int32_t>(status);
   }
-  bool saved = deliver(o, o.dataPages.bytes());
+  bool saved = deliver(o, data);
   std::fputs("Passthrough command is success.\n", stream);
   return saved ? 0 : 1;
 }
@@ -264,14 +265,16 @@ int32_t doPassthru(int argc, char **argv, const Command_Info *row) {
     return 0;
   }
 
+  std::vector<Page> pages((o.dataLength.value + TRX_PAGE_SIZE - 1) / TRX_PAGE_SIZE);
+  std::span<uint8_t> data(reinterpret_cast<uint8_t *>(pages.data()), o.dataLength.value);
   ControllerRequest request = passthruRequest(o);
   std::fprintf(stream, "CDW[0]: 0x%x\n", diskDword0(o));
-  if (o.showCommand) showCommandFormat(request, o.dataPages);
+  if (o.showCommand) showCommandFormat(request, data);
   if (o.request.value != Request::Read) {
     std::fputs("VMware does not support passthrough write command .\n", stream);
     return 0;
   }
-  return readFromDisk(o, request);
+  return readFromDisk(o, request, data);
 }
 
 }  // namespace trx
