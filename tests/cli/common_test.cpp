@@ -7,6 +7,7 @@
 #include <array>
 #include <optional>
 
+#include "CliSession.h"
 #include "Public/files.h"
 #include "Public/listing.h"
 #include "Public/numbers.h"
@@ -15,7 +16,7 @@
 namespace trx {
 namespace {
 
-using ::testing::ElementsAre;
+using namespace ::testing;
 
 using Tokens = std::optional<std::vector<std::string>>;
 
@@ -96,15 +97,7 @@ std::string dispatch(const std::string &line, int32_t expected) {
   std::array<char *, kMaxTokens> tokens{};
   int32_t count = 0;
   parse(&count, tokens.data(), words.data());
-  char *text = nullptr;
-  size_t length = 0;
-  stream = open_memstream(&text, &length);
-  EXPECT_EQ(cmdDispatcher(count, tokens.data()), expected) << line;
-  std::fclose(stream);
-  stream = stdout;
-  std::string output(text, length);
-  std::free(text);
-  return output;
+  return test::outputOf([&] { EXPECT_EQ(cmdDispatcher(count, tokens.data()), expected) << line; });
 }
 
 TEST(Dispatch, FindsWordsAndAbbreviations) {
@@ -141,17 +134,17 @@ TEST(Dispatch, FindsWordsAndAbbreviations) {
       {"version --output x", 0, "Support"},
   };
   for (const auto &row : rows) {
-    EXPECT_THAT(dispatch(row.line, row.result), ::testing::StartsWith(row.beginning)) << row.line;
+    EXPECT_THAT(dispatch(row.line, row.result), StartsWith(row.beginning)) << row.line;
   }
   dbg_enable = false;
 }
 
 TEST(Dispatch, HelpListsTheGeneralTable) {
   std::string overview = dispatch("help", 0);
-  EXPECT_THAT(overview, ::testing::StartsWith("\nLegend: "));
-  EXPECT_THAT(overview, ::testing::HasSubstr("\nvd                 :For VD create and delete\n"));
-  EXPECT_THAT(overview, ::testing::Not(::testing::HasSubstr("kxf")));
-  EXPECT_THAT(overview, ::testing::EndsWith("trx_cli 1 info -o pd\n\n"));
+  EXPECT_THAT(overview, StartsWith("\nLegend: "));
+  EXPECT_THAT(overview, HasSubstr("\nvd                 :For VD create and delete\n"));
+  EXPECT_THAT(overview, Not(HasSubstr("kxf")));
+  EXPECT_THAT(overview, EndsWith("trx_cli 1 info -o pd\n\n"));
 }
 
 TEST(Numbers, AreReadAsUsersMeanThem) {

@@ -10,8 +10,7 @@
 namespace trx::test {
 namespace {
 
-using ::testing::HasSubstr;
-using ::testing::Not;
+using namespace ::testing;
 
 constexpr char kPathOffered[] = "<path>";
 

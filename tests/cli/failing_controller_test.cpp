@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A controller that fails: every command says so and returns what it should.
-#include <gmock/gmock.h>
-
-#include <sstream>
+#include <gtest/gtest.h>
 
 #include "CliSession.h"
 
@@ -38,13 +36,6 @@ constexpr FailureRow kFailures[] = {
     {"sriov -a on",               "add op=e2 group=e0 sub=e nvme=0x706",  0x706, "SRIOV enable failed.\n", kRefused},
 };
 // clang-format on
-
-Words wordsOf(const std::string &text) {
-  std::istringstream stream(text);
-  Words words;
-  for (std::string word; stream >> word;) words.push_back(word);
-  return words;
-}
 
 TEST(FailingController, IsReportedByEveryCommand) {
   CliSession session;

@@ -6,43 +6,20 @@
 #include <map>
 #include <sstream>
 
-#include "CliSession.h"
 #include "Functions/standard/identify_print.h"
-#include "Public/common.h"
+#include "Play.h"
 #include "RealData.h"
 
 namespace trx::test {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::SizeIs;
-using ::testing::StartsWith;
+using namespace ::testing;
 
 constexpr char kRead[] = "MI send for VPD read success.\n";
 
 std::string dwords(const std::string &offset, const std::string &length) {
   return "offset mi_prp_data->Request_DW0: 0x" + offset + "\noffset mi_prp_data->Request_DW1: 0x" + length +
          "\n";
-}
-
-struct Row {
-  std::string line;
-  int32_t status;
-  std::string out;
-  std::string library = {};
-};
-
-/// Lines that must be answered without a request.
-void refuse(CliSession &session, const std::vector<Row> &rows) {
-  for (const Row &row : rows) {
-    CommandResult result = session.run(row.line);
-    EXPECT_EQ(result.status, row.status) << row.line;
-    EXPECT_EQ(result.out, row.out) << row.line;
-    EXPECT_EQ(result.library, "") << row.line;
-  }
-  EXPECT_EQ(session.requests(), Words{});
 }
 
 std::string put(CliSession &session, const char *name, const std::string &content) {
@@ -56,7 +33,7 @@ std::string put(CliSession &session, const char *name, const std::string &conten
 
 TEST(VpdRead, RefusesWhatIsBeyondTheStore) {
   CliSession session;
-  refuse(session, {
+  expectRows(session, {
       {"vpdread -o 500 -l 13", 0, "Invalid range via offset: 0x1f4, data length: 0xd\n"},
       // Neither a negative number nor a wrap of the sum gets through.
       {"vpdread -o 0xffffffff -l 10", 0, "Invalid range via offset: 0xffffffff, data length: 0xa\n"},
@@ -104,7 +81,7 @@ TEST(Vpd, IsWrittenAndReadBack) {
 TEST(VpdWrite, RefusesFilesAndRanges) {
   CliSession session;
   std::string small = put(session, "small", "12345"), large = put(session, "large", std::string(64496, 'x'));
-  refuse(session, {
+  expectRows(session, {
       {"mi_passthruwrite -o 200 -l 57 -f " + small, 0, "Invalid range via offset:0xc8, data length:0x39\n"},
       {"mi_passthruwrite -o -0x1 -l 2 -f " + small, 0, "Invalid range via offset:0xffffffff, data length:0x2\n"},
       {"mi_passthruwrite -o 0 -l 6 -f " + small, 0, "Input file is shorter than data length: 0x5, data length: 0x6\n"},
@@ -142,7 +119,7 @@ TEST(TunnelledIdentify, BringsTheDisksData) {
   EXPECT_THAT(readFile(output).substr(24), StartsWith("Norvik Stream 3 1.92TB"));
 
   session.requests();
-  refuse(session, {{"mi_passthruread -i x", 0, "-o: Invalid pd id value\n"}});
+  expectRows(session, {{"mi_passthruread -i x", 0, "-o: Invalid pd id value\n"}});
   CommandResult none = session.run("mi_passthruread");
   EXPECT_EQ(none.status, 1);
   EXPECT_THAT(none.out, StartsWith(":Read pass-through command"));  // no "Description"

@@ -14,8 +14,7 @@
 namespace trx::test {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
+using namespace ::testing;
 
 /// An engine that answers from a map, and remembers what was asked.
 class Registers : public RegisterAccess {

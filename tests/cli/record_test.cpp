@@ -7,9 +7,7 @@
 namespace trx::test {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using ::testing::Not;
+using namespace ::testing;
 
 class RecordTest : public ::testing::Test {
  protected:

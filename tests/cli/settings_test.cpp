@@ -2,44 +2,12 @@
 // Which adapter is current, its configuration, LEDs, resets, debug level and manufacturing switches.
 #include <gmock/gmock.h>
 
-#include "CliSession.h"
-#include "Public/common.h"
+#include "Play.h"
 
 namespace trx::test {
 namespace {
 
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::Not;
-
-struct Row {
-  const char *line;
-  int32_t status;
-  const char *out;
-  std::vector<std::string> sent{};  ///< dwords 10, 12 and 14 of the requests, and their adapter
-  int base = 0;                     ///< what users count from
-};
-
-/// "vmhba2 cdw10=0 cdw12=7e1 cdw14=30002" of a request.
-std::string essence(const std::string &request) {
-  auto field = [&](const char *name) {
-    size_t at = request.find(name);
-    return request.substr(at, request.find(' ', at) - at);
-  };
-  return request.substr(0, request.find(' ')) + " " + field("cdw10=") + " " + field("cdw12=") + " " +
-         field("cdw14=");
-}
-
-void check(CliSession &session, const Row &row) {
-  SCOPED_TRACE(std::string("[") + row.line + "]");
-  g_oneBaseMode = static_cast<uint8_t>(row.base);
-  CommandResult result = session.run(row.line);
-  EXPECT_EQ(result.status, row.status);
-  EXPECT_EQ(result.out, row.out);
-  std::vector<std::string> sent;
-  for (const std::string &request : session.requests()) sent.push_back(essence(request));
-  EXPECT_EQ(sent, row.sent);
-}
+using namespace ::testing;
 
 TEST(Adapter, IsChosenByNumberOrPlace) {
   // clang-format off
@@ -67,7 +35,7 @@ TEST(Adapter, IsChosenByNumberOrPlace) {
   // clang-format on
   CliSession session;
   for (const auto &each : rows) {
-    check(session, each.row);
+    expectRow(session, each.row);
     EXPECT_EQ(gCurrentAdapter, each.current) << each.row.line;
   }
 }
@@ -86,17 +54,17 @@ std::string config(int index, const char *autoRebuild, const char *rate) {
 }
 
 TEST(Configuration, IsReadAndWritten) {
-  const std::string read = "vmhba2 cdw10=3ff cdw12=1e0 cdw14=0", other = "vmhba3 cdw10=3ff cdw12=1e0 cdw14=0";
+  const std::string read = "op=e2 cdw10=3ff cdw12=1e0 len=4096", other = "vmhba3 admin " + read;
   const std::string start = config(0, "off", "Medium"), startOfAll = start + config(1, "off", "Medium");
   const std::string low = config(1, "on", "Low"), otherOne = config(1, "off", "Medium");
-  auto write = [](const char *value) { return std::string("vmhba2 cdw10=0 cdw12=2e0 cdw14=") + value; };
+  auto write = [](const char *value) { return std::string("op=e2 cdw12=2e0 cdw14=") + value; };
   const char *updated = "HBA configuration is updated.\n", *jbof = "This feature is not support JBOF.\n";
   // clang-format off
-  const Row rows[] = {
+  const std::vector<Row> rows = {
       // The same adapter is asked for every index.
-      {"get -o hba", 0, startOfAll.c_str(), {read, read}},
-      {"get -o HBA -i 0", 0, start.c_str(), {read}},
-      {"get -o hba -i 1", 0, otherOne.c_str(), {other}},
+      {"get -o hba", 0, startOfAll, {read, read}},
+      {"get -o HBA -i 0", 0, start, {read}},
+      {"get -o hba -i 1", 0, otherOne, {other}},
       {"get -o pd", 1, "-o : invalid object 'pd', should be NVMe Controller\n"},
       {"get -o hba -i x", 1, "-i : id is not a number\n"},
       {"get -o hba -i 2", 1, "-i : invalid id '2'\n"},
@@ -105,7 +73,7 @@ TEST(Configuration, IsReadAndWritten) {
       {"set -o hba -i 0", 0, "Invalid setting(s) for HBA\n", {read}},
       {"set -o hba -i 0 -r low", 0, updated, {read, write("2000")}},
       {"set -o hba -i 1 -a off -a ON", 0, updated, {read, write("2001")}, 1},
-      {"get -o hba -i 1", 0, low.c_str(), {read}, 1},
+      {"get -o hba -i 1", 0, low, {read}, 1},
       {"set -o hba -i 0 -r high", 0, updated, {read, write("1")}},
       {"set -o hba -i 0 -a off -r medium", 0, updated, {read, write("200")}},
       {"set -o hba -i 0 -a maybe", 1, "-c : invalid auto rebuild mode 'maybe'\n"},
@@ -118,32 +86,30 @@ TEST(Configuration, IsReadAndWritten) {
   };
   // clang-format on
   CliSession session;
-  for (const Row &row : rows) check(session, row);
+  expectRows(session, rows);
   EXPECT_THAT(session.run("set -c x").out, HasSubstr("set -o hba -i <NVMe Controller id>"));
 
   // An adapter chosen at start takes the place of -i.
   gSpecificAdapterFlag = 1;
-  check(session, {"set -o hba -a on", 0, updated, {read, write("201")}});
-  check(session, {"set -a on", 1, "set: option -i is required\n"});
-  check(session, {"get -o hba", 0, config(0, "on", "Medium").c_str(), {read}});
+  expectRow(session, {"set -o hba -a on", 0, updated, {read, write("201")}});
+  expectRow(session, {"set -a on", 1, "set: option -i is required\n"});
+  expectRow(session, {"get -o hba", 0, config(0, "on", "Medium"), {read}});
   gCurrentAdapter = 1;
-  check(session, {"get -o hba -i 0", 34, jbof});
+  expectRow(session, {"get -o hba -i 0", 34, jbof});
   EXPECT_EQ(session.host().violations(), "");
 }
 
 TEST(Configuration, AsksOnlyTheFirstTwoAdaptersByNumber) {
   CliSession session("adapters33");
-  check(session, {"get -o hba -i 2", 1, "\nUnable to get configuration of NVMe Controller 2\n"});
-  check(session, {"get -o hba -i 3", 1, "\nUnable to get configuration of NVMe Controller 2\n", {}, 1});
+  expectRow(session, {"get -o hba -i 2", 1, "\nUnable to get configuration of NVMe Controller 2\n"});
+  expectRow(session, {"get -o hba -i 3", 1, "\nUnable to get configuration of NVMe Controller 2\n", {}, 1});
 }
 
 TEST(DeviceControl, SendsWhatWasAsked) {
   const char *led = "LED control success\n", *reset = "Reset success\n";
-  auto sent = [](const char *words) {
-    return std::vector<std::string>{std::string("vmhba2 cdw10=0 ") + words};
-  };
+  auto sent = [](const char *words) { return Words{std::string("op=e2 ") + words}; };
   // clang-format off
-  const Row rows[] = {
+  const std::vector<Row> rows = {
       {"led -o rc -i 2 -a qb", 0, led, sent("cdw12=7e1 cdw14=30002")},
       {"led -o EP -i 1 -a ON", 0, led, sent("cdw12=7e0 cdw14=10000"), 1},
       {"led -o rc -i 3 -a sb", 0, led, sent("cdw12=7e1 cdw14=20003")},
@@ -156,7 +122,7 @@ TEST(DeviceControl, SendsWhatWasAsked) {
       {"led -i 0 -a on", 0, "led: option -o is required\n"},
       {"led -o ep -a on", 0, "led: option -i is required\n"},
       {"led -o ep -i 0", 0, "led: option -a is required\n"},
-      {"reset -t device", 0, reset, sent("cdw12=8e1 cdw14=0")},
+      {"reset -t device", 0, reset, sent("cdw12=8e1")},
       {"reset -i 2", 0, reset, sent("cdw12=8e1 cdw14=2")},
       {"reset -i 3 -a on", 0, reset, sent("cdw12=8e1 cdw14=2"), 1},
       {"reset -i 0 -t perstn", 0, reset, sent("cdw12=8e1 cdw14=20000")},
@@ -172,19 +138,19 @@ TEST(DeviceControl, SendsWhatWasAsked) {
       {"reset -i 65536", 0, "-i : invalid device id '65536'\n"},
       {"reset -i 65536", 0x706, "Reset failed.\n", sent("cdw12=8e1 cdw14=ffff"), 1},
       {"reset -i x", 0, "-i : invalid device id 'x'\n"},
-      {"debuglv -t 1", 0, "debug level access to error only success.\n", sent("cdw12=112e0 cdw14=0")},
-      {"debuglv -t 0", 0, "debug level access to normal success.\n", sent("cdw12=12e0 cdw14=0")},
+      {"debuglv -t 1", 0, "debug level access to error only success.\n", sent("cdw12=112e0")},
+      {"debuglv -t 0", 0, "debug level access to normal success.\n", sent("cdw12=12e0")},
       {"debuglv -t 2", 0, "-t : invalid target '2'.\n"},
       {"debuglv x", 0, "debuglv: option -t is required\n"},
       {"kxf -a maybe", 0, "-a : invalid action 'maybe'.\n"},
       {"sriov x", 0, "sriov: option -a is required\n"},
       {"kxf -a ON", 0, "KXF enable success. Please shutdown and boot your system to make function work as normal.\n", sent("cdw12=de0 cdw14=1")},
       {"protect -a on", 0, "Protect enable success. Please shutdown and boot your system to make function work as normal.\n", sent("cdw12=15e0 cdw14=1")},
-      {"sriov -a off", 0, "SRIOV disable success. Please shutdown and boot your system to make function work as normal.\n", sent("cdw12=ee0 cdw14=0")},
+      {"sriov -a off", 0, "SRIOV disable success. Please shutdown and boot your system to make function work as normal.\n", sent("cdw12=ee0")},
   };
   // clang-format on
   CliSession session;
-  for (const Row &row : rows) check(session, row);
+  expectRows(session, rows);
 
   session.run("--debug");
   EXPECT_EQ(session.run("kxf -a off").out,
@@ -213,14 +179,14 @@ TEST(DeviceControl, IsKeptByTheController) {
 
   // A disk whose reset line is held, or whose power pin is off, is gone until both let go.
   const Row gone = {
-      "info -o pd -i 3", 0, "\nUnable to get info of PD\n", {"vmhba2 cdw10=0 cdw12=e1 cdw14=3"}};
+      "info -o pd -i 3", 0, "\nUnable to get info of PD\n", {"op=e2 cdw12=e1 cdw14=3 len=4096"}};
   session.requests();
   EXPECT_THAT(session.run("info -o pd -i 3").out, HasSubstr("B2K80011920"));
   session.run("reset -i 3 -t perstn -a on");
   session.run("reset -i 1 -t power -a off");
   session.run("reset -i 3 -t perstn -a off");
   session.requests();
-  check(session, gone);
+  expectRow(session, gone);
   EXPECT_THAT(shown(),
               HasSubstr("\"scratch\", RAID code 0x0, 512 KiB stripe, 1490 GiB, offline, members missing 4"));
   session.run("reset -i 1 -t power -a on");

@@ -14,10 +14,7 @@
 namespace trx::test {
 namespace {
 
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::Not;
-using ::testing::StartsWith;
+using namespace ::testing;
 
 constexpr char kBanner[] =
     "CLI Version: 1.0.0.1035   API Version: 1.0.0.1035\nWelcome to NVMe Command Line Interface.\n\n";

@@ -11,11 +11,7 @@
 namespace trx::test {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::Gt;
-using ::testing::HasSubstr;
-using ::testing::Lt;
-using ::testing::StartsWith;
+using namespace ::testing;
 
 class Story : public ::testing::Test {
  protected:

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/faults.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
 
 #include "seam.h"
@@ -11,12 +8,8 @@
 namespace simtest {
 namespace {
 
-class Faults : public Host {
+class Faults : public FrozenHost {
  protected:
-  void SetUp() override {
-    Host::SetUp();
-    makeFrom("frozen.json");
-  }
   void arm(std::vector<std::string> words) { sim::addFault(directory, sim::parseFault(words)); }
 };
 
@@ -58,11 +51,7 @@ TEST_F(Faults, StrikeTheNthCommandThatMatchesAcrossProcesses) {
   EXPECT_FALSE(fails(0xE2));
   EXPECT_FALSE(fails(0xE1));
   EXPECT_FALSE(fails(0xE2, "vmhba3"));
-  pid_t child = fork();
-  if (child == 0) _exit(fails(0xE2) ? 1 : 0);
-  int status = -1;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(inChild([&] { return !fails(0xE2); }), 0);
   EXPECT_TRUE(fails(0xE2));
   EXPECT_TRUE(fails(0xE2));
   EXPECT_FALSE(fails(0xE2));

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // trx_sim as a person uses it.
-#include <sys/wait.h>
-
 #include <array>
 
 #include "seam.h"

@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The pair-command door: envelopes, order, and what can be done through it.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <functional>
 
 #include "seam.h"
@@ -10,12 +7,8 @@
 namespace simtest {
 namespace {
 
-class Pair : public Host {
+class Pair : public FrozenHost {
  protected:
-  void SetUp() override {
-    Host::SetUp();
-    makeFrom("frozen.json");
-  }
   static RequestHeader header(uint8_t type, uint16_t start, uint8_t count) {
     RequestHeader header{};
     header.requestType = type;
@@ -85,26 +78,15 @@ TEST_F(Pair, OrderIsKeptWithinAndAcrossProcesses) {
   envelope(page, {0xE0, 0}, nullptr, 0);
   ASSERT_TRUE(send(pairBlock(0xCB, page)).ok());
   EXPECT_EQ(send(pairBlock(0xCB, page)).folded(), unsigned{TRX_NVME_SC_CMD_SEQ_ERROR});
-  pid_t child = fork();
-  if (child == 0) _exit(send(pairBlock(0xCB, page)).folded() == TRX_NVME_SC_CMD_SEQ_ERROR ? 0 : 1);
-  int status = -1;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(inChild([&] { return send(pairBlock(0xCB, page)).folded() == TRX_NVME_SC_CMD_SEQ_ERROR; }), 0);
   EXPECT_NE(takeViolations().find("between the send and the receive"), std::string::npos);
   EXPECT_TRUE(send(pairBlock(0xCE, answer)).ok()) << "the answer still waits for its sender";
 }
 
 TEST_F(Pair, ASenderThatDiedIsForgiven) {
-  pid_t child = fork();
-  if (child == 0) {
-    Page page;
-    envelope(page, {0xE0, 0}, nullptr, 0);
-    _exit(send(pairBlock(0xCB, page)).ok() ? 0 : 1);
-  }
-  int status = -1;
-  waitpid(child, &status, 0);
-  ASSERT_EQ(status, 0);
-  Page answer;
+  Page page, answer;
+  envelope(page, {0xE0, 0}, nullptr, 0);
+  ASSERT_EQ(inChild([&] { return send(pairBlock(0xCB, page)).ok(); }), 0);
   EXPECT_EQ(pair({0xE0, 0}, nullptr, 0, answer), 0U);
 }
 

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -71,6 +73,17 @@ struct Signature {
   vmk_MgmtCallbackInfo callbacks[2]{};
   vmk_MgmtApiSignature value{};
 };
+
+/// Why something was refused; empty when it was not.
+template <typename Call>
+std::string refusal(Call call) {
+  try {
+    call();
+  } catch (const sim::HostError &error) {
+    return error.what();
+  }
+  return {};
+}
 
 /// A test with a host. The state directory goes with it.
 class Host : public testing::Test {
@@ -184,7 +197,26 @@ class Host : public testing::Test {
     return text;
   }
 
+  /// The wait status of a process that does `work`.
+  template <typename Work>
+  static int inChild(Work work) {
+    pid_t child = fork();
+    if (child == 0) _exit(work() ? 0 : 1);
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status;
+  }
+
   std::string directory;
+};
+
+/// The same, on the host whose activities stand still.
+class FrozenHost : public Host {
+ protected:
+  void SetUp() override {
+    Host::SetUp();
+    makeFrom("frozen.json");
+  }
 };
 
 }  // namespace simtest

@@ -8,13 +8,7 @@
 namespace simtest {
 namespace {
 
-class Seam : public Host {
- protected:
-  void SetUp() override {
-    Host::SetUp();
-    makeFrom("frozen.json");
-  }
-};
+using Seam = FrozenHost;
 
 TEST_F(Seam, RefusesSignaturesThatAreNotExact) {
   struct Row {

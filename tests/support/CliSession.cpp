@@ -16,23 +16,20 @@
 
 namespace trx::test {
 
-Capture::Capture(int descriptor) : descriptor_(descriptor), saved_(dup(descriptor)), file_(std::tmpfile()) {
+Capture::Capture(int descriptor) : descriptor_(descriptor), saved_(dup(descriptor)) {
   std::fflush(nullptr);
-  dup2(fileno(file_), descriptor_);
+  dup2(file_.descriptor(), descriptor_);
 }
 
 Capture::~Capture() {
   std::fflush(nullptr);
   dup2(saved_, descriptor_);
   close(saved_);
-  std::fclose(file_);
 }
 
 std::string Capture::text() {
   std::fflush(nullptr);
-  std::string text(static_cast<size_t>(lseek(fileno(file_), 0, SEEK_END)), '\0');
-  if (pread(fileno(file_), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) std::abort();
-  return text;
+  return file_.content();
 }
 
 CliSession::CliSession(const std::string &topology) : host_(topology) {
@@ -74,15 +71,9 @@ CommandResult CliSession::run(const std::string &line) {
     return {-2, "", "", "unparsable line"};
 
   Capture standardOutput(STDOUT_FILENO), standardError(STDERR_FILENO);
-  char *text = nullptr;
-  size_t length = 0;
-  stream = open_memstream(&text, &length);
-  int32_t status = cmdDispatcher(count, tokens.data());
-  std::fclose(stream);
-  stream = stdout;
-  CommandResult result{status, std::string(text, length), standardOutput.text(), standardError.text()};
-  std::free(text);
-  return result;
+  int32_t status = 0;
+  const std::string out = outputOf([&] { status = cmdDispatcher(count, tokens.data()); });
+  return {status, out, standardOutput.text(), standardError.text()};
 }
 
 Words CliSession::requests() {

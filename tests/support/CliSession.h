@@ -56,7 +56,7 @@ class Capture {
  private:
   int descriptor_;
   int saved_;
-  std::FILE *file_;
+  Scratch file_;
 };
 
 /// What a piece of code writes to `stream`.

@@ -6,16 +6,17 @@
 #include <gtest/gtest.h>
 
 #include <regex>
-#include <sstream>
 
 #include "CliSession.h"
+#include "Public/common.h"
 
 namespace trx::test {
 
-/// Opcode, NSID, the dwords that are not 0 and the length: "op=c2 nsid=1 cdw10=1 cdw14=6 len=4096".
+/// Opcode, NSID, the dwords that are not 0 and the length: "op=c2 nsid=1 cdw10=1 cdw14=6 len=4096"; of
+/// another adapter than vmhba2 its name before that.
 inline std::string brief(const std::string &request) {
   static const std::regex noise(
-      "^\\S+ admin |( cdw\\d+=0| nsid=0| len=0)(?= |$)| dir=\\d| crc=\\S+| out=\\S*");
+      "^vmhba2 admin |( cdw\\d+=0| nsid=0| len=0)(?= |$)| dir=\\d| crc=\\S+| out=\\S*");
   return std::regex_replace(request, noise, "");
 }
 
@@ -32,6 +33,42 @@ inline std::string transcript(CliSession &session, const std::string &line) {
   return text;
 }
 
+/// Requests since the last call, in brief. The reading of the namespace table, with which `ns` begins, is
+/// left out.
+inline Words sentBy(CliSession &session) {
+  Words told;
+  for (const std::string &request : session.requests()) {
+    std::string text = brief(request);
+    if (!text.ends_with("cdw12=e5 len=4096") && text.find("op=6 nsid=") == text.npos) told.push_back(text);
+  }
+  return told;
+}
+
+/// A line, its result, what it writes on `stream`, and the requests it sends.
+struct Row {
+  std::string line;
+  int32_t status;
+  std::string out;
+  Words sent = {};
+  int base = 0;         ///< what users count from
+  bool traced = false;  ///< with debug output on
+};
+
+inline void expectRow(CliSession &session, const Row &row) {
+  SCOPED_TRACE("[" + row.line + "]");
+  g_oneBaseMode = static_cast<uint8_t>(row.base);
+  dbg_enable = row.traced;
+  CommandResult result = session.run(row.line);
+  EXPECT_EQ(result.status, row.status);
+  EXPECT_EQ(result.out, row.out);
+  EXPECT_EQ(sentBy(session), row.sent);
+}
+
+inline void expectRows(CliSession &session, const std::vector<Row> &rows) {
+  for (const Row &row : rows) expectRow(session, row);
+  EXPECT_EQ(session.host().violations(), "");
+}
+
 struct Step {
   std::string line;  ///< "@" stands for the host's directory; "!" begins a verb of trx_sim
   std::string transcript;
@@ -46,10 +83,8 @@ inline void play(CliSession &session, const std::vector<Step> &steps) {
       EXPECT_EQ(transcript(session, line), placed(step.transcript)) << line;
       continue;
     }
-    std::istringstream words(line.substr(1));
-    std::string verb;
-    words >> verb;
-    EXPECT_EQ(session.host().sim(verb, {std::istream_iterator<std::string>(words), {}}).status, 0) << line;
+    const Words words = wordsOf(line.substr(1));
+    EXPECT_EQ(session.host().sim(words.at(0), {words.begin() + 1, words.end()}).status, 0) << line;
   }
 }
 

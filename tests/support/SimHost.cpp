@@ -8,40 +8,27 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
 extern char **environ;
 
 namespace trx::test {
-namespace {
+Scratch::Scratch() : file_(std::tmpfile()) {
+  if (!file_) throw std::runtime_error("no temporary file");
+}
 
-/// An unnamed file that a child can read from or write to.
-class Scratch {
- public:
-  Scratch() : file_(std::tmpfile()) {
-    if (!file_) throw std::runtime_error("no temporary file");
-  }
-  ~Scratch() { std::fclose(file_); }
-  Scratch(const Scratch &) = delete;
-  Scratch &operator=(const Scratch &) = delete;
+void Scratch::put(const std::string &text) const {
+  if (write(descriptor(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) std::abort();
+  lseek(descriptor(), 0, SEEK_SET);
+}
 
-  int descriptor() const { return fileno(file_); }
-  void put(const std::string &text) {
-    if (write(descriptor(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) std::abort();
-    lseek(descriptor(), 0, SEEK_SET);
-  }
-  std::string content() const {
-    std::string text(static_cast<size_t>(lseek(descriptor(), 0, SEEK_END)), '\0');
-    if (pread(descriptor(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) std::abort();
-    return text;
-  }
-
- private:
-  std::FILE *file_;
-};
-
-}  // namespace
+std::string Scratch::content() const {
+  std::string text(static_cast<size_t>(lseek(descriptor(), 0, SEEK_END)), '\0');
+  if (pread(descriptor(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) std::abort();
+  return text;
+}
 
 Outcome runProgram(const Words &words, const std::string &input) {
   Scratch in, out, err;
@@ -97,6 +84,11 @@ Words SimHost::runWords(const Words &program) const {
   Words words{TRX_SIM_PATH, "run", "--state", stateDirectory(), "--trace", traceFile(), "--"};
   words.insert(words.end(), program.begin(), program.end());
   return words;
+}
+
+Words wordsOf(const std::string &line) {
+  std::istringstream words(line);
+  return {std::istream_iterator<std::string>(words), {}};
 }
 
 Words SimHost::traffic() {

@@ -4,6 +4,7 @@
 #ifndef TRX_TESTS_SIM_HOST_H
 #define TRX_TESTS_SIM_HOST_H
 
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -11,6 +12,22 @@
 namespace trx::test {
 
 using Words = std::vector<std::string>;
+
+/// An unnamed file that others can read from or write to.
+class Scratch {
+ public:
+  Scratch();
+  ~Scratch() { std::fclose(file_); }
+  Scratch(const Scratch &) = delete;
+  Scratch &operator=(const Scratch &) = delete;
+
+  int descriptor() const { return fileno(file_); }
+  void put(const std::string &text) const;
+  std::string content() const;
+
+ private:
+  std::FILE *file_;
+};
 
 struct Outcome {
   int status;  ///< exit status, or 128 + signal
@@ -55,6 +72,9 @@ class SimHost {
 };
 
 std::string readFile(const std::filesystem::path &path);
+
+/// The words of a line.
+Words wordsOf(const std::string &line);
 
 }  // namespace trx::test
 

@@ -226,10 +226,8 @@ class Sweep {
       session_.run(before);
       return;
     }
-    std::istringstream words(before.substr(1));
-    std::string verb;
-    words >> verb;
-    session_.host().sim(verb, {std::istream_iterator<std::string>(words), {}});
+    const Words words = wordsOf(before.substr(1));
+    session_.host().sim(words.at(0), {words.begin() + 1, words.end()});
   }
 
   void check(const std::string &fault, const CommandResult &result, std::ptrdiff_t descriptors) {
@@ -254,9 +252,8 @@ class Sweep {
     if (verbose)
       dprintf(reportDescriptor, "%s => %d\n%s%s", report->running, result.status, result.out.c_str(),
               result.library.c_str());
-    std::istringstream allowed(row_.results);
     bool fits = false;
-    for (std::string word; allowed >> word;)
+    for (const std::string &word : wordsOf(row_.results))
       fits |= result.status == (word == "S"   ? kNvmeStatus
                                 : word == "B" ? kNvmeStatus & 0xFF
                                               : std::stoi(word));

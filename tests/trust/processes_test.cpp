@@ -12,11 +12,7 @@
 namespace trx::test {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::Contains;
-using ::testing::Ge;
-using ::testing::HasSubstr;
-using ::testing::Lt;
+using namespace ::testing;
 
 constexpr int kProcesses = 32;
 constexpr int kExchanges = 1000;  // of each process
