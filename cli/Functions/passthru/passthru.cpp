@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cstdio>
+#include <new>
 #include <span>
 #include <vector>
 
@@ -82,7 +83,8 @@ struct Options {
   Counted<bool> outputFile, inputFile;
   bool showCommand = false;
 
-  CommandFile file;  ///< one for both file options: the later replaces the earlier. This is meant.
+  std::vector<Page> pages;  ///< for the data
+  CommandFile file;         ///< one for both file options: the later replaces the earlier. This is meant.
 };
 
 constexpr Word<CommandSet> kCommandSets[] = {{"admin", CommandSet::Admin}, {"nvm", CommandSet::Nvm}};
@@ -110,6 +112,17 @@ bool readLength(Counted<uint64_t> &into, const char *text, const char *complaint
   if (!bytes) return complain("%s", complaint);
   if (*bytes > kMostBytes) return complain("Unable to allocate a buffer of %s bytes.\n", text);
   return into.set(*bytes);
+}
+
+bool readDataLength(Options &o, const char *text) {
+  if (!readLength(o.dataLength, text, "-d: data length id should be a decimal or hexadecimal\n"))
+    return false;
+  try {
+    o.pages.resize((o.dataLength.value + TRX_PAGE_SIZE - 1) / TRX_PAGE_SIZE);
+  } catch (const std::bad_alloc &) {
+    return complain("Unable to allocate a buffer of %s bytes.\n", text);
+  }
+  return true;
 }
 
 bool openFile(Options &o, Counted<bool> &option, const char *text, const char *mode) {
@@ -142,8 +155,7 @@ constexpr OptionRow<Options> kOptions[] = {
     // Metadata is never sent: this platform takes none.
     {"metadata-len", 'm', Argument::Required, [](Options &o, const char *text) {
        return readLength(o.metadataLength, text, "-m: Metadata length id should be a decimal or hexadecimal\n"); }},
-    {"data-len", 'd', Argument::Required, [](Options &o, const char *text) {
-       return readLength(o.dataLength, text, "-d: data length id should be a decimal or hexadecimal\n"); }},
+    {"data-len", 'd', Argument::Required, readDataLength},
     {"cdw10", '4', Argument::Required, [](Options &o, const char *text) {
        return readDword(o.cdw10, text, "--cdw10: CDW10 should be a decimal or hexadecimal\n"); }, Form::LongOnly},
     {"cdw11", '5', Argument::Required, [](Options &o, const char *text) {
@@ -265,8 +277,7 @@ int32_t doPassthru(int argc, char **argv, const Command_Info *row) {
     return 0;
   }
 
-  std::vector<Page> pages((o.dataLength.value + TRX_PAGE_SIZE - 1) / TRX_PAGE_SIZE);
-  std::span<uint8_t> data(reinterpret_cast<uint8_t *>(pages.data()), o.dataLength.value);
+  std::span<uint8_t> data(reinterpret_cast<uint8_t *>(o.pages.data()), o.dataLength.value);
   ControllerRequest request = passthruRequest(o);
   std::fprintf(stream, "CDW[0]: 0x%x\n", diskDword0(o));
   if (o.showCommand) showCommandFormat(request, data);
