@@ -97,6 +97,9 @@ TEST_F(Flash, UpdatesADisk) {
   EXPECT_THAT(session.run("info -o pd -i 2").out, Not(HasSubstr("NEW7")));
   EXPECT_EQ(session.run("reset -i 2 -t device").status, 0);
   EXPECT_THAT(session.run("info -o pd -i 2").out, HasSubstr("Firmware version:       NEW7"));
+  session.run("flash -o pd -i 2 -s 1 -c 2");
+  session.host().sim("restart");
+  EXPECT_EQ(session.run("flash -o pd -i 2 -q firmware").library, SLOTS(1, 0));
   // A commit alone; the line says success whatever the status. No disk here has boot partitions.
   play(
       session,

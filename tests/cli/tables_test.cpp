@@ -115,11 +115,11 @@ TEST_P(CommandWord, AnswersTheUsualQuestions) {
   CommandResult none = session.run(word);
   EXPECT_EQ(none.status, row.none);
   if (row.none == 1) {
-    EXPECT_THAT(none.out, EndsWith(help));
+    EXPECT_EQ(none.out, word.starts_with("mi_") ? help : "Description" + help);
   }
   CommandResult asked = session.run(word + " -h");
   EXPECT_EQ(asked.status, 0);
-  EXPECT_THAT(asked.out, EndsWith(help));
+  EXPECT_EQ(asked.out, "Description" + help);
   CommandResult unknown = session.run(word + " -Z");
   EXPECT_EQ(unknown.status, row.unknown);
   if (word != "hotkey") {
