@@ -27,6 +27,7 @@
 
 #include <stdbool.h>
 
+#include "trx_nvme.h"
 #include "trx_records.h"
 
 #ifdef __cplusplus
