@@ -5,6 +5,7 @@
 #include <cstring>
 #include <optional>
 
+#include "Functions/commandTables.h"
 #include "Functions/simple/simple_info.h"
 #include "Public/common.h"
 #include "Public/utility.h"
@@ -116,8 +117,7 @@ int run(Arguments arguments) {
   g_oneBaseMode = TRX_Adapter_GetOneBaseMode();
   if (auto status = takeAdapterId(arguments)) return *status;
   if (auto status = redirectOutput(arguments)) return *status;
-  pCmdTable = generalCmdTableV1;
-  cmdTableSize = generalCmdTableV1Size();
+  useCommandTables();
 
   TRX_Init();
   gNumAdaptersFound = TRX_Adapter_GetCount();

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "Public/common.h"
-#include "Public/completion.h"
+#include "completion.h"
 
 namespace trx {
 namespace {

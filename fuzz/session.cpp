@@ -12,7 +12,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "Public/common.h"
+#include "Functions/commandTables.h"
 #include "trx/trx_api.h"
 
 namespace fuzz {
@@ -79,8 +79,7 @@ Session::Session(Input input) {
   require(trx::gNumAdaptersFound == 2);
   const bool fromInput = modes >> 3 & 1;
   trx::g_pAdInfos = {summary(true, fromInput), summary(false, fromInput)};
-  trx::pCmdTable = trx::generalCmdTableV1;
-  trx::cmdTableSize = trx::generalCmdTableV1Size();
+  trx::useCommandTables();
 }
 
 Session::~Session() {

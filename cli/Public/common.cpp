@@ -18,6 +18,8 @@ uint8_t gSysDenied = 0;
 std::vector<NVME_Adapter_Info> g_pAdInfos;
 const Command_Info *pCmdTable = nullptr;
 uint16_t cmdTableSize = 0;
+const Command_Info *pHiddenCmdTable = nullptr;
+uint16_t hiddenCmdTableSize = 0;
 bool dbg_enable = false;
 
 const NVME_Adapter_Info &summaryOf(unsigned adapter) {
@@ -98,7 +100,7 @@ Lookup findCommand(const char *word) {
   Matches general = match(pCmdTable, cmdTableSize, word, length);
   if (general.whole) return {general.whole};
 
-  Matches hidden = match(hiddenCmdTableV1, hiddenCmdTableV1Size(), word, length);
+  Matches hidden = match(pHiddenCmdTable, hiddenCmdTableSize, word, length);
   if (hidden.whole) {
     // A hidden word that also begins a general word runs the general row of the same index. This is
     // meant; no word of the present tables gets here.
@@ -106,7 +108,7 @@ Lookup findCommand(const char *word) {
   }
 
   if (general.prefixes + hidden.prefixes == 1) {
-    return {general.prefixes > 0 ? &pCmdTable[general.last] : &hiddenCmdTableV1[hidden.last]};
+    return {general.prefixes > 0 ? &pCmdTable[general.last] : &pHiddenCmdTable[hidden.last]};
   }
   return {nullptr, general.prefixes + hidden.prefixes > 1};
 }

@@ -42,6 +42,8 @@ extern uint8_t gSysDenied;                         ///< 1 when controllers exist
 extern std::vector<NVME_Adapter_Info> g_pAdInfos;  ///< a summary per adapter; zeros where unreadable
 extern const Command_Info *pCmdTable;              ///< the table that dispatch and `help` walk first
 extern uint16_t cmdTableSize;
+extern const Command_Info *pHiddenCmdTable;  ///< the table that dispatch walks after it
+extern uint16_t hiddenCmdTableSize;
 extern bool dbg_enable;  ///< commands print the command dwords they send
 
 /// The summary of an adapter; all zeros for an index that has none.
@@ -51,18 +53,6 @@ const NVME_Adapter_Info &summaryOf(unsigned adapter);
 inline bool isRaidMode(const NVME_Adapter_Info &summary) {
   return (summary.Features & TRX_FEATURE_RAID) != 0;
 }
-
-// ---- command tables (commandTables.cpp) ----
-
-extern const Command_Info *const generalCmdTableV1;
-extern const Command_Info hiddenCmdTableV1[];  ///< dispatched, never listed
-uint16_t generalCmdTableV1Size();
-uint16_t hiddenCmdTableV1Size();
-
-/// The word of a row of the general table; null past the last.
-const char *generalCommandWord(size_t index);
-/// The options of a row of the general table; null for any other row.
-const OptionList *optionsOf(const Command_Info *row);
 
 // ---- lines and words ----
 

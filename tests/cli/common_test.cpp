@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "CliSession.h"
+#include "Functions/commandTables.h"
 #include "Public/files.h"
 #include "Public/listing.h"
 #include "Public/numbers.h"
@@ -90,8 +91,7 @@ TEST(NoQuoteStrncpy, TakesOnlyMatchingQuotesOff) {
 
 /// Runs a line and returns what it wrote on `stream`.
 std::string dispatch(const std::string &line, int32_t expected) {
-  pCmdTable = generalCmdTableV1;
-  cmdTableSize = generalCmdTableV1Size();
+  useCommandTables();
   std::string words = line;
   words.push_back('\0');
   std::array<char *, kMaxTokens> tokens{};

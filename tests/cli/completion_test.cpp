@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What completion offers: the text in front of the cursor, then the words.
-#include "Public/completion.h"
+#include "completion.h"
 
 #include <gmock/gmock.h>
 
 #include "CliSession.h"
+#include "Functions/commandTables.h"
 #include "Public/options.h"
 
 namespace trx::test {

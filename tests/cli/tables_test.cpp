@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "CliSession.h"
-#include "Public/common.h"
+#include "Functions/commandTables.h"
 
 namespace trx::test {
 namespace {

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "Functions/commandTables.h"
 #include "Functions/simple/simple_info.h"
 #include "Public/common.h"
 #include "trx/trx_api.h"
@@ -39,8 +40,7 @@ CliSession::CliSession(const std::string &topology) : host_(topology) {
   if (!platform) std::abort();
   setenv("TRX_SIM_STATE", host_.stateDirectory().c_str(), 1);
   setenv("TRX_SIM_TRACE", host_.traceFile().c_str(), 1);
-  pCmdTable = generalCmdTableV1;
-  cmdTableSize = generalCmdTableV1Size();
+  useCommandTables();
   gCurrentAdapter = 0;
   gSpecificAdapterFlag = 0;
   g_oneBaseMode = 0;

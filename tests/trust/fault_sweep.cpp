@@ -26,6 +26,7 @@
 #include <sstream>
 
 #include "CliSession.h"
+#include "Functions/commandTables.h"
 #include "Functions/simple/simple_info.h"
 #include "Public/common.h"
 #include "trx/trx_api.h"

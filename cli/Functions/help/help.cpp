@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cstring>
 
+#include "Functions/commandTables.h"
 #include "Functions/handlers.h"
 #include "Public/getopt.h"
 #include "Public/options.h"

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The two command tables. Their order is the order of `help` and decides between equal
-// abbreviations.
+// The order of the tables is the order of `help` and decides between equal abbreviations.
+#include "Functions/commandTables.h"
+
 #include <array>
 #include <iterator>
 #include <string_view>
 
 #include "Functions/handlers.h"
-#include "Public/common.h"
 
 namespace trx {
 namespace {
@@ -104,6 +104,13 @@ const Command_Info hiddenCmdTableV1[] = {
 
 uint16_t generalCmdTableV1Size() { return kGeneral.size(); }
 uint16_t hiddenCmdTableV1Size() { return std::size(hiddenCmdTableV1); }
+
+void useCommandTables() {
+  pCmdTable = generalCmdTableV1;
+  cmdTableSize = generalCmdTableV1Size();
+  pHiddenCmdTable = hiddenCmdTableV1;
+  hiddenCmdTableSize = hiddenCmdTableV1Size();
+}
 
 const char *generalCommandWord(size_t index) {
   return index < kGeneral.size() ? kGeneral[index].cmd : nullptr;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Public/completion.h"
+#include "completion.h"
 
 #include <strings.h>
 
 #include <array>
 #include <optional>
 
-#include "Public/common.h"
+#include "Functions/commandTables.h"
 #include "Public/options.h"
 #include "Public/utility.h"
 
