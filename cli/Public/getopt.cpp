@@ -26,11 +26,8 @@ struct Scan {
   Ordering ordering = Ordering::Permute;
   int32_t firstNonOption = 1;  ///< the words passed over so far are [firstNonOption, lastNonOption)
   int32_t lastNonOption = 1;
-  size_t clusterOffset = 0;           ///< next letter in the word `cluster`; 0 when no cluster is open
-  const char *cluster = nullptr;      ///< the word whose letters are being read, argv[optind]
-  int32_t argc = 0;                   ///< the words of the last call, to tell a new scan from a next call
-  const char *const *argv = nullptr;  ///< compared, never followed
-  int32_t leftIndex = 0;              ///< `optind` as the last call left it; 0 asks for a fresh start
+  size_t clusterOffset = 0;  ///< next letter in argv[optind]; 0 when no cluster of letters is open
+  bool begun = false;        ///< false asks for a fresh start
 };
 
 Scan scan;
@@ -47,23 +44,9 @@ struct Call {
   int32_t missingValue;  ///< what a missing argument returns
 };
 
-/// Whether this call begins a scan.
-///
-/// The C library starts afresh only at index 0. Here many commands share one process and return at
-/// the first error, at times inside a cluster, and each only sets the index to 1. So every sign of a
-/// new scan counts: an index that the last call did not leave, other words, or an index of 1 without
-/// an open cluster in that very word.
-bool beginsScan(int32_t argc, char **argv) {
-  if (optind < 1 || optind != scan.leftIndex || argc != scan.argc || argv != scan.argv) return true;
-  if (scan.clusterOffset == 0) return optind == 1;
-  return optind >= argc || argv[optind] != scan.cluster || std::strlen(scan.cluster) <= scan.clusterOffset;
-}
-
-void beginScan(int32_t argc, char **argv, const char *shortopts) {
-  optind = std::max(optind, 1);
+void beginScan(const char *shortopts) {
   scan = {};
-  scan.argc = argc;
-  scan.argv = argv;
+  scan.begun = true;
   scan.firstNonOption = scan.lastNonOption = optind;
   if (*shortopts == '-') {
     scan.ordering = Ordering::ReturnInOrder;
@@ -217,7 +200,6 @@ int32_t readShortOption(const Call &call, size_t offset) {
   char *const rest = word + offset + 1;
   const char *const spec = std::strchr(call.shortopts, word[offset]);
 
-  scan.cluster = word;
   scan.clusterOffset = *rest != '\0' ? offset + 1 : 0;
   if (*rest == '\0') ++optind;
 
@@ -274,15 +256,13 @@ int32_t parse(int32_t argc, char **argv, const char *shortopts, const option *lo
               bool longOnly) {
   if (argc < 1) return kEnd;
   optarg = nullptr;
-  if (beginsScan(argc, argv)) beginScan(argc, argv, shortopts);
+  if (!scan.begun) beginScan(shortopts);
   if (*shortopts == '-' || *shortopts == '+') ++shortopts;
 
   const bool silent = *shortopts == ':';
   const Call call = {
       argc, argv, shortopts, longopts, longindex, longOnly, opterr != 0 && !silent, silent ? ':' : kError};
-  const int32_t code = optind <= argc ? readOption(call) : kEnd;
-  scan.leftIndex = optind;
-  return code;
+  return optind <= argc ? readOption(call) : kEnd;
 }
 
 }  // namespace
@@ -304,8 +284,8 @@ int32_t getopt_long_only(int32_t argc, char **argv, const char *shortopts, const
 char *getoptarg() { return optarg; }
 
 void setoptind(int32_t index) {
-  optind = index;
-  scan.leftIndex = 0;
+  optind = std::max(index, 1);
+  scan.begun = false;
 }
 
 }  // namespace trx

@@ -29,11 +29,8 @@ struct option {
   int32_t val;      ///< what the parser returns, as a rule the letter of the short option
 };
 
-/// Index of the next word to read; at the end of the options, of the first word that is none.
-///
-/// A new scan starts with `setoptind(1)`. Writing the variable works too, except in one case that
-/// nobody can tell from going on: a scan that was left inside the cluster of short options at index 1
-/// (where `optind` still is 1), followed by a scan of the very same words in the same place.
+/// Index of the next word to read; at the end of the options, of the first word that is none. To be read
+/// only: a new scan starts with `setoptind`.
 extern int32_t optind;
 
 /// Non-zero: messages about wrong options go to standard error.
