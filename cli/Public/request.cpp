@@ -63,9 +63,9 @@ TRX_U32 ControllerRequest::give(TRX_U8 adapter, const void *data, TRX_U16 length
   return TRX_Adapter_PassthruAdmin(adapter, &record_, data, length, nullptr, 0);
 }
 
-TRX_U32 ControllerRequest::fetch(TRX_U8 adapter, ControllerReply &reply, TRX_U16 length) const {
-  reply.clear();
-  return TRX_Adapter_PassthruAdmin(adapter, &record_, nullptr, 0, reply.data(), length);
+TRX_U32 ControllerRequest::fetch(TRX_U8 adapter, Page &page, TRX_U16 length) const {
+  page = {};
+  return TRX_Adapter_PassthruAdmin(adapter, &record_, nullptr, 0, page.bytes, length);
 }
 
 TRX_U32 ControllerRequest::ask(TRX_U8 adapter, ControllerReply &reply) const {

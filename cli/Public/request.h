@@ -25,13 +25,12 @@ struct alignas(TRX_PAGE_SIZE) Page {
   }
 };
 
-/// The reply of a controller function: signature, firmware status, payload.
+/// The reply of a controller function: signature, firmware status, payload. What a disk answers, and the
+/// few functions whose reply has no such head, are plain pages.
 class ControllerReply {
  public:
   static constexpr size_t kPayloadOffset = 8;
 
-  void clear() { page_ = Page{}; }
-  TRX_U8 *data() { return page_.bytes; }
   const Page &page() const { return page_; }
 
   /// The firmware's status byte, 0 for success.
@@ -50,6 +49,7 @@ class ControllerReply {
   }
 
  private:
+  friend class ControllerRequest;
   Page page_;
 };
 
@@ -79,8 +79,11 @@ class ControllerRequest {
   /// Send `length` bytes of data to the controller. @return the library's status
   TRX_U32 give(TRX_U8 adapter, const void *data, TRX_U16 length) const;
 
-  /// Clear the reply and fetch up to a page of data into it. @return the library's status alone
-  TRX_U32 fetch(TRX_U8 adapter, ControllerReply &reply, TRX_U16 length = TRX_PAGE_SIZE) const;
+  /// Clear the page and fetch up to a page of data into it. @return the library's status
+  TRX_U32 fetch(TRX_U8 adapter, Page &page, TRX_U16 length = TRX_PAGE_SIZE) const;
+
+  /// The same for a reply of a controller function, which is not looked at.
+  TRX_U32 fetch(TRX_U8 adapter, ControllerReply &reply) const { return fetch(adapter, reply.page_); }
 
   /// `trace`, `fetch` and a check of the reply, each traced.
   /// @return 0; 1 when the reply is not signed, which includes a failed transfer; else the

@@ -7,13 +7,16 @@
 #include <string>
 
 #include "Public/files.h"
+#include "trx/trx_nvme.h"
 #include "trx/trx_records.h"
 
 namespace trx {
 
 /// Whether a Firmware Commit only activates what a slot holds (NVMe base standard, CA 010b and 011b),
 /// so that there is no image to send.
-inline bool activatesOnly(TRX_U8 commitAction) { return commitAction == 2 || commitAction == 3; }
+inline bool activatesOnly(TRX_U8 commitAction) {
+  return commitAction == TRX_NVME_COMMIT_ACTIVATE_AT_RESET || commitAction == TRX_NVME_COMMIT_ACTIVATE_NOW;
+}
 
 /// Open a firmware image. A file that cannot be opened, is empty, or is longer than the 32 bits that
 /// image lengths have is complained about on `stream`.

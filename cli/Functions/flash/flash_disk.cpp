@@ -12,19 +12,18 @@ namespace {
 constexpr TRX_U32 kSegmentBytes = TRX_PAGE_SIZE;
 constexpr TRX_U32 kSegmentDwords = kSegmentBytes / 4;
 
-constexpr TRX_U32 kFirmwareCommit = 0x10;
-constexpr TRX_U32 kFirmwareImageDownload = 0x11;
-
 // Admin commands of the NVMe base standard, for a disk.
 ControllerRequest commitRequest(TRX_U32 disk, TRX_U32 commit) {
-  return ControllerRequest::disk(TRX_OPCODE_DISK_WRITE, disk).set(10, commit).set(14, kFirmwareCommit);
+  return ControllerRequest::disk(TRX_OPCODE_DISK_WRITE, disk)
+      .set(10, commit)
+      .set(14, TRX_NVME_FIRMWARE_COMMIT);
 }
 
 ControllerRequest segmentRequest(TRX_U32 disk, TRX_U32 segment) {
   return ControllerRequest::disk(TRX_OPCODE_DISK_WRITE, disk)
       .set(10, kSegmentDwords - 1)
       .set(11, segment * kSegmentDwords)
-      .set(14, kFirmwareImageDownload);
+      .set(14, TRX_NVME_FIRMWARE_IMAGE_DOWNLOAD);
 }
 
 int32_t commitImage(TRX_U8 adapter, TRX_U32 disk, TRX_U32 commit) {

@@ -10,37 +10,32 @@
 namespace trx {
 namespace {
 
-// NVMe base standard: Identify Controller, and Get Log Page for the 512 bytes of the Firmware Slot
-// Information.
-constexpr TRX_U8 kGetLogPage = 0x02;
-constexpr TRX_U8 kIdentify = 0x06;
-constexpr TRX_U32 kCnsController = 1;
-constexpr TRX_U32 kSlotLog = 0x007F0003;
-constexpr TRX_U32 kAllNamespaces = 0xFFFFFFFF;
+// NVMe base standard: Identify Controller, and Get Log Page for the Firmware Slot Information.
+constexpr TRX_U32 kController = TRX_NVME_CNS_CONTROLLER;
+constexpr TRX_U16 kSlotLogBytes = sizeof(TRX_FIRMWARE_SLOT_INFO_LOG);
+constexpr TRX_U32 kSlotLog = TRX_NVME_LOG_PAGE_CDW10(TRX_NVME_LID_FIRMWARE_SLOT, kSlotLogBytes);
 
-TRX_U32 identify(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk, ControllerReply &identity) {
+TRX_U32 identify(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk, Page &identity) {
   if (owner == SlotOwner::Disk) {
     return ControllerRequest::disk(TRX_OPCODE_DISK_READ, disk)
-        .set(10, kCnsController)
-        .set(14, kIdentify)
+        .set(10, kController)
+        .set(14, TRX_NVME_IDENTIFY)
         .fetch(adapter, identity);
   }
-  return TRX_Adapter_Admin(gCurrentAdapter, kIdentify, 0, &kCnsController, 1, nullptr, 0, identity.data(),
+  return TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_IDENTIFY, 0, &kController, 1, nullptr, 0, identity.bytes,
                            TRX_PAGE_SIZE);
 }
 
-TRX_U32 slotLog(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk, ControllerReply &log) {
-  constexpr TRX_U16 kLength = sizeof(TRX_FIRMWARE_SLOT_INFO_LOG);
-  log.clear();  // a short reply must not show what was here before
+TRX_U32 slotLog(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk, Page &log) {
   if (owner == SlotOwner::Disk) {
     return ControllerRequest::disk(TRX_OPCODE_DISK_READ, disk)
         .set(10, kSlotLog)
-        .set(14, kGetLogPage)
-        .set(15, kAllNamespaces)
-        .fetch(adapter, log, kLength);
+        .set(14, TRX_NVME_GET_LOG_PAGE)
+        .set(15, TRX_NVME_ALL_NAMESPACES)
+        .fetch(adapter, log, kSlotLogBytes);
   }
-  return TRX_Adapter_Admin(gCurrentAdapter, kGetLogPage, kAllNamespaces, &kSlotLog, 1, nullptr, 0, log.data(),
-                           kLength);
+  return TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_GET_LOG_PAGE, TRX_NVME_ALL_NAMESPACES, &kSlotLog, 1,
+                           nullptr, 0, log.bytes, kSlotLogBytes);
 }
 
 }  // namespace
@@ -55,17 +50,17 @@ void printActiveSlots(const TRX_FIRMWARE_SLOT_INFO_LOG &log) {
 }
 
 void showSlotInfo(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk) {
-  ControllerReply reply;
-  if (identify(adapter, owner, disk, reply) != 0) {
+  Page identity, log;
+  if (identify(adapter, owner, disk, identity) != 0) {
     std::fputs("Get Firmware Slot Count Fail", stdout);
     return;
   }
-  printSlotCount(reply.page().at<TRX_ID_CONTROLLER>(0));
-  if (slotLog(adapter, owner, disk, reply) != 0) {
+  printSlotCount(identity.at<TRX_ID_CONTROLLER>(0));
+  if (slotLog(adapter, owner, disk, log) != 0) {
     std::fputs("Get Firmware Slot Information Fail", stdout);
     return;
   }
-  printActiveSlots(reply.page().at<TRX_FIRMWARE_SLOT_INFO_LOG>(0));
+  printActiveSlots(log.at<TRX_FIRMWARE_SLOT_INFO_LOG>(0));
 }
 
 }  // namespace trx

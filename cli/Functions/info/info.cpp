@@ -4,8 +4,9 @@
 #include <string>
 
 #include "Public/common.h"
-#include "Public/identify.h"
 #include "Public/listing.h"
+#include "Public/numbers.h"
+#include "Public/objects.h"
 #include "Public/utility.h"
 #include "trx/trx_api.h"
 
@@ -34,8 +35,6 @@ Words wordsOf(unsigned bits, const Bit (&table)[N]) {
   }
   return words;
 }
-
-int64_t userCounting(unsigned id) { return static_cast<int64_t>(id) + g_oneBaseMode; }
 
 Words featureWords(const NVME_Adapter_Info &info) {
   Words words;
@@ -169,6 +168,8 @@ Words memberWords(const NVME_VD_Info &volume) {
 
 }  // namespace
 
+void complainIdentify() { std::fputs("\nFailed to get primary controller.\n", stream); }
+
 void Adapter_PrintInfo(TRX_U8 adapter, const NVME_Adapter_Info &info) {
   Listing listing(stream, 36);
   listing.row("NVMe Controller ID:", "id", userCounting(adapter));
@@ -204,7 +205,7 @@ void Adapter_PrintInfo(TRX_U8 adapter, const NVME_Adapter_Info &info) {
   listing.row("Max NS:", "maxNs", info.MaxNS);
 
   TRX_U16 hostId = 0;
-  primaryControllerId(hostId);
+  if (readPrimaryControllerId(gCurrentAdapter, hostId) != 0) complainIdentify();
   listing.row("Host ID:", "hostId", userCounting(hostId));
 
   if (isRaidMode(info)) {
@@ -284,7 +285,9 @@ void VD_PrintBGAStatus(const NVME_BGA_Status &activity) {
 void NS_PrintInfo(const NVME_NS_Info &ns, bool raidMode) {
   Listing listing(stream, 20);
   listing.row("NS ID:", "id", ns.NSID);
-  listing.row("EUI64:", "eui64", toText(namespaceEui64(ns.NSID)));
+  Eui64 eui64{};
+  if (readEui64(gCurrentAdapter, ns.NSID, eui64) != 0) complainIdentify();
+  listing.row("EUI64:", "eui64", toText(eui64));
   if (raidMode) {
     listing.row("Parent VD ID:", "parentVd", userCounting(ns.ID));
   } else {

@@ -8,7 +8,11 @@
 
 namespace trx {
 
-/// The controller block, 36 wide. Asks the current adapter for its host id (Identify, CNS 14h).
+/// "\nFailed to get primary controller.\n", which also stands for a namespace that cannot be identified.
+void complainIdentify();
+
+/// The controller block, 36 wide. Asks the current adapter for its host id in the middle of it, because
+/// what goes wrong there is told there.
 void Adapter_PrintInfo(TRX_U8 adapter, const NVME_Adapter_Info &info);
 
 /// The physical disk block, 23 wide; JBOF adapters also tell whether the disk can be imported.
@@ -20,8 +24,8 @@ void LD_PrintInfo(const NVME_VD_Info &volume);
 /// One line on the running or paused activity of a virtual disk; nothing when there is none.
 void VD_PrintBGAStatus(const NVME_BGA_Status &activity);
 
-/// The namespace block, 20 wide, with an empty line at its end. Asks the current adapter for the
-/// EUI-64 (Identify, CNS 00h).
+/// The namespace block, 20 wide, with an empty line at its end. Asks the current adapter for the EUI-64,
+/// likewise.
 void NS_PrintInfo(const NVME_NS_Info &ns, bool raidMode);
 
 }  // namespace trx

@@ -3,17 +3,20 @@
 
 #include <cstdio>
 
-#include "Functions/simple/simple_info.h"
+#include "Functions/info/info.h"
 #include "Public/common.h"
 
 namespace trx {
 
 NamespaceTable readNamespaceTable() {
   std::vector<NVME_NS_Info> entries;
-  if (summaryOf(gCurrentAdapter).MaxNS != 0) readHostNamespaces(entries);
+  if (summaryOf(gCurrentAdapter).MaxNS != 0) readHostNamespaces(gCurrentAdapter, entries);
   NamespaceTable table;
   for (const NVME_NS_Info &entry : entries) {
-    if (entry.Status != 0) table.push_back({entry.NSID, namespaceEui64(entry.NSID)});
+    if (entry.Status == 0) continue;
+    NamespaceRow row{entry.NSID, {}};
+    if (readEui64(gCurrentAdapter, entry.NSID, row.eui64) != 0) complainIdentify();
+    table.push_back(row);
   }
   return table;
 }

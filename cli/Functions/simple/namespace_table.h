@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "Public/identify.h"
+#include "Public/objects.h"
 
 namespace trx {
 

@@ -80,16 +80,16 @@ int32_t doSDUMPHBA(int argc, char **argv, const Command_Info *row) {
   }
 
   // The whole page is the information data: this reply has neither signature nor status byte.
-  ControllerReply reply;
+  Page data;
   TRX_U32 status =
-      ControllerRequest::function(0xE0, 0x0F).set(10, 0x3FF).trace().fetch(gCurrentAdapter, reply);
+      ControllerRequest::function(0xE0, 0x0F).set(10, 0x3FF).trace().fetch(gCurrentAdapter, data);
   if (status != 0) {
     // Zero-based also for those who count from 1. This is meant.
     std::fprintf(stream, "\nUnable to dump NVMe Controller info from NVMe Controller %d\n", gCurrentAdapter);
     return static_cast<int32_t>(status);
   }
-  printSwitches(reply.page());
-  if (file.isOpen() && !(file.write_file(reply.data(), TRX_PAGE_SIZE) && file.close_file())) return 1;
+  printSwitches(data);
+  if (file.isOpen() && !(file.write_file(data.bytes, sizeof data.bytes) && file.close_file())) return 1;
   std::fputs("cmd success\n", stream);
   return 0;
 }

@@ -3,8 +3,6 @@
 #ifndef TRX_CLI_SIMPLE_INFO_H
 #define TRX_CLI_SIMPLE_INFO_H
 
-#include <vector>
-
 #include "trx/trx_records.h"
 
 namespace trx {
@@ -20,19 +18,6 @@ TRX_U32 TRX_Adapter_GetSimpleInfo(TRX_U8 adapter, NVME_Adapter_Info *out);
 /// @param[out] out untouched on failure
 /// @return 0; 1 for a reply that is not signed; else the firmware's status byte
 TRX_U32 TRX_Adapter_GetSimpleVDInfo(TRX_U8 adapter, TRX_U16 vd, NVME_VD_Info *out);
-
-/// Read the namespaces of the current adapter as the host sees them (controller function E5h): MaxNS
-/// entries, or as many as a reply holds (170). Entries with a status of 0 are not in use.
-/// @param[out] namespaces untouched on failure
-/// @return 0; 1 for a reply that is not signed; else the firmware's status byte
-TRX_U32 readHostNamespaces(std::vector<NVME_NS_Info> &namespaces);
-
-/// The id that stands for every object of a kind.
-inline constexpr int kAllIds = 255;
-
-/// Print the namespaces of the current adapter as the host sees them: the one of an id, or all in
-/// use and their total (controller function E5h).
-void getNSInfoSA(TRX_U16 id);
 
 }  // namespace trx
 

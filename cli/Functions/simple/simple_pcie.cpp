@@ -34,8 +34,7 @@ struct Options {
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
     {"id", 'i', Argument::Required, [](Options &o, const char *text) {
-       o.id.set(decimal(text).value_or(-1));
-       return (o.id.value >= 0 && o.id.value <= kLastDevice) || complain("-i : invalid device id '%s'\n", text); }},
+       return o.id.take(decimalUpTo(kLastDevice, text)) || complain("-i : invalid device id '%s'\n", text); }},
 };
 // clang-format on
 
@@ -44,12 +43,12 @@ class DeviceRegisters : public RegisterAccess {
   explicit DeviceRegisters(TRX_U8 device) : pcieId_(static_cast<TRX_U16>(device + kPcieIdOfFirstDevice)) {}
 
   TRX_U32 read(TRX_U32 address) override {
-    ControllerReply reply;
-    if (registerRead(pcieId_, address).trace().fetch(gCurrentAdapter, reply, kRegisterBytes) != 0) {
+    Page page;
+    if (registerRead(pcieId_, address).trace().fetch(gCurrentAdapter, page, kRegisterBytes) != 0) {
       std::fputs("Read register failed.\n", stream);
       return 0;
     }
-    TRX_U32 data = reply.page().at<TRX_U32>(0);
+    TRX_U32 data = page.at<TRX_U32>(0);
     if (dbg_enable) std::fprintf(stream, "Data:0x%x, Address:0x%x\n", data, address);
     return data;
   }

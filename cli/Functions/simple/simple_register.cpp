@@ -60,14 +60,14 @@ constexpr OptionRow<Options> kOptions[] = {
 // clang-format on
 
 int32_t readRegister(TRX_U16 id, TRX_U32 address) {
-  ControllerReply reply;
-  TRX_U32 status = registerRead(id, address).trace().fetch(gCurrentAdapter, reply, kRegisterBytes);
+  Page data;
+  TRX_U32 status = registerRead(id, address).trace().fetch(gCurrentAdapter, data, kRegisterBytes);
   // Also the bytes of a failed read. This is meant.
-  for (unsigned i = 0; i < kRegisterBytes; ++i) std::fprintf(stream, "0x%02x ", reply.page().bytes[i]);
+  for (unsigned i = 0; i < kRegisterBytes; ++i) std::fprintf(stream, "0x%02x ", data.bytes[i]);
   if (status != 0) {
     std::fputs("Read register failed.\n", stream);
   } else {
-    std::fprintf(stream, "Data:0x%x, Address:0x%x\n", reply.page().at<TRX_U32>(0), address);
+    std::fprintf(stream, "Data:0x%x, Address:0x%x\n", data.at<TRX_U32>(0), address);
     std::fputs("Read register successful.\n", stream);
   }
   return static_cast<int32_t>(status);

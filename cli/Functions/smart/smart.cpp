@@ -117,27 +117,23 @@ constexpr Word<bool> kObjects[] = {{"hba", true}};
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
     {"pd_id", 'i', Argument::Required, [](Options &o, const char *text) {
-       o.id.set(userId(text).value_or(-1));
-       return o.id.value >= 0 || complain("-i : invalid NVMe Controller id '%s'\n", text); }},
+       return o.id.take(zeroBasedId(text)) || complain("-i : invalid NVMe Controller id '%s'\n", text); }},
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        ++o.hba.count;
        return choose(o.hba.value, text, kObjects) || complain("-o : invalid object '%s'\n", text); }},
 };
 // clang-format on
 
-constexpr TRX_U8 kGetLogPage = 0x02;
-constexpr TRX_U32 kAllNamespaces = 0xFFFFFFFF;
-
 ControllerRequest diskLog(TRX_U32 disk) {
   return ControllerRequest::disk(TRX_OPCODE_DISK_READ, disk)
       .set(10, kSmartLogPage)
-      .set(14, kGetLogPage)
-      .set(15, kAllNamespaces);
+      .set(14, TRX_NVME_GET_LOG_PAGE)
+      .set(15, TRX_NVME_ALL_NAMESPACES);
 }
 
-TRX_U32 adapterLog(TRX_U8 adapter, ControllerReply &log) {
-  return TRX_Adapter_Admin(adapter, kGetLogPage, kAllNamespaces, &kSmartLogPage, 1, nullptr, 0, log.data(),
-                           kSmartLogBytes);
+TRX_U32 adapterLog(TRX_U8 adapter, Page &log) {
+  return TRX_Adapter_Admin(adapter, TRX_NVME_GET_LOG_PAGE, TRX_NVME_ALL_NAMESPACES, &kSmartLogPage, 1,
+                           nullptr, 0, log.bytes, kSmartLogBytes);
 }
 
 }  // namespace
@@ -155,21 +151,12 @@ void showLogSmartInfo(std::span<const TRX_U8, kSmartLogBytes> log) {
 
 int32_t doSmart(int argc, char **argv, const Command_Info *row) {
   Options o;
-  if (parseOptions(argc, argv, row, kOptions, o) != Parsed::Complete) return 0;
-  if (argc == 1) {
-    printHelp(row);
-    return 1;
-  }
-  if (anyRepeated(o.id, o.hba)) {
-    complainDuplicate();
-    return 1;
-  }
-  if (!o.id.given()) {
-    complainRequired(argv[0], 'i');
-    return 0;
-  }
-  ControllerReply log;
-  // The log of a controller is that of the current one, whatever -i says. This is meant.
+  if (auto end = readOptions(argc, argv, row, kOptions, o, 0)) return *end;
+  if (anyRepeated(o.id, o.hba)) return complainDuplicate();
+  if (!o.id.given()) return complainRequired(argv[0], 'i', 0);
+  Page log;
+  // The log of a controller is that of the current one, whatever -i says; -i is demanded all the same.
+  // Both are meant.
   TRX_U32 status =
       o.hba.given() ? adapterLog(gCurrentAdapter, log)
                     : diskLog(static_cast<TRX_U32>(o.id.value)).fetch(gCurrentAdapter, log, kSmartLogBytes);
@@ -177,7 +164,7 @@ int32_t doSmart(int argc, char **argv, const Command_Info *row) {
     std::fputs("get smart info failed.\n", stream);
     return static_cast<int32_t>(status);
   }
-  showLogSmartInfo(std::span(log.page().bytes).first<kSmartLogBytes>());
+  showLogSmartInfo(std::span(log.bytes).first<kSmartLogBytes>());
   return 0;
 }
 

@@ -26,9 +26,7 @@ Examples:
 
 namespace {
 
-constexpr TRX_U8 kGetLogPage = 0x02;
-// Log page C0h, 1024 dwords (NVMe base standard, Get Log Page: LID, and NUMDL zero-based).
-constexpr TRX_U32 kSpiLogPage = 0x03FF00C0;
+constexpr TRX_U32 kSpiLogPage = TRX_NVME_LOG_PAGE_CDW10(TRX_NVME_LID_SPI, TRX_PAGE_SIZE);
 
 enum class Access { Read, Write };
 
@@ -69,8 +67,8 @@ int32_t doSPI(int argc, char **argv, const Command_Info *row) {
   if (o.outputFile.given() && !file.openOrComplain(o.outputFile.value, "wb")) return 0;
 
   Page data;
-  TRX_U32 status = TRX_Adapter_Admin(gCurrentAdapter, kGetLogPage, 0, &kSpiLogPage, 1, nullptr, 0, data.bytes,
-                                     sizeof data.bytes);
+  TRX_U32 status = TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_GET_LOG_PAGE, 0, &kSpiLogPage, 1, nullptr, 0,
+                                     data.bytes, sizeof data.bytes);
   if (status != 0) {
     std::fputs("Read SPI failed.\n", stream);
     return static_cast<int32_t>(status);

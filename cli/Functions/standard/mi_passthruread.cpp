@@ -44,10 +44,9 @@ constexpr OptionRow<MiOptions> kOptions[] = {
 
 /// A vendor pass-through of Identify Controller to a disk, its dwords from byte 4.
 MiMessage identifyMessage(TRX_U32 disk) {
-  constexpr TRX_U32 kCnsController = 1, kIdentify = 6;
   auto dword = [](size_t number) { return 4 + 4 * number; };
   MiMessage message(MiKind::AdminCommand, TRX_OPCODE_DISK_READ, TRX_PAGE_SIZE);
-  message.set(dword(1), disk).set(dword(10), kCnsController).set(dword(14), kIdentify);
+  message.set(dword(1), disk).set(dword(10), TRX_NVME_CNS_CONTROLLER).set(dword(14), TRX_NVME_IDENTIFY);
   return message;
 }
 
