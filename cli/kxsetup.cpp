@@ -7,7 +7,7 @@
 
 #include "Functions/commandTables.h"
 #include "Functions/simple/simple_info.h"
-#include "Public/common.h"
+#include "Public/numbers.h"
 #include "Public/utility.h"
 #include "shell.h"
 #include "trx/trx_api.h"
@@ -27,12 +27,12 @@ std::optional<int> takeAdapterId(Arguments &arguments) {
   long typed = std::strtol(arguments.words[1], nullptr, 10);
   // The ID is kept to 32 signed bits: one that does not fit counts as negative.
   auto value = static_cast<int32_t>(typed);
-  if (value != typed || value - g_oneBaseMode < 0) {
+  if (value != typed || zeroBased(value) < 0) {
     std::printf("Adapter ID %d is not exist\n", value);
     return 0;
   }
   // Cut to 8 bits before it is compared with the adapters found: 256 is adapter 0. This is meant.
-  gCurrentAdapter = static_cast<uint8_t>(value - g_oneBaseMode);
+  gCurrentAdapter = static_cast<uint8_t>(zeroBased(value));
   gSpecificAdapterFlag = 1;
   --arguments.count;
   ++arguments.words;
@@ -66,11 +66,11 @@ std::optional<int> loadSummaries() {
   for (uint8_t i = 0; i < gNumAdaptersFound; ++i) {
     status = TRX_Adapter_GetSimpleInfo(i, &g_pAdInfos[i]);
     if (status != 0) {
-      std::fprintf(stream, "\nUnable to get info of NVMe Controller %d\n", i + g_oneBaseMode);
+      std::fprintf(stream, "\nUnable to get info of NVMe Controller %d\n", userCounting(i));
     }
   }
   if (gSpecificAdapterFlag && gCurrentAdapter >= gNumAdaptersFound) {
-    std::printf("Adapter ID %d is not exist\n", gCurrentAdapter + g_oneBaseMode);
+    std::printf("Adapter ID %d is not exist\n", userCounting(gCurrentAdapter));
     return static_cast<int>(status);
   }
   return std::nullopt;

@@ -187,6 +187,13 @@ struct Counted {
   }
   /// `set`, if there is a value. @return whether there is
   bool take(std::optional<T> to) { return to && set(*to); }
+  /// The same for commands that complain of a repeated option before they heed a wrong one: a wrong one
+  /// counts, too.
+  bool takeCounted(std::optional<T> to) {
+    ++count;
+    if (to) value = std::move(*to);
+    return to.has_value();
+  }
 };
 
 /// Whether any of these options was given more than once.

@@ -151,16 +151,26 @@ TEST(Numbers, AreReadAsUsersMeanThem) {
   EXPECT_EQ(decimal("12"), 12);
   EXPECT_EQ(decimal(""), 0);
   EXPECT_EQ(decimal("-1"), std::nullopt);
-  EXPECT_EQ(decimal("2147483647"), 2147483647);
-  EXPECT_LT(decimal("4294967296"), 0);
-  EXPECT_LT(decimal("99999999999999999999"), 0);
-  EXPECT_EQ(hexOrDecimal("0x10"), 16u);
-  EXPECT_EQ(hexOrDecimal("10"), 10u);
-  EXPECT_EQ(hexOrDecimal("1x0"), std::nullopt);
+  EXPECT_EQ(decimal("4294967296"), 4294967296);
+  EXPECT_EQ(decimal("99999999999999999999"), INT64_MAX);
+  EXPECT_EQ(decimalUpTo(7, "7"), 7);
+  EXPECT_EQ(decimalUpTo(7, "8"), std::nullopt);
+  for (const char *slip : {"1x0", "0x", "0xg", "0xe2c00o00", "00x1", " 0x1", "-0x1", "0x1 ",
+                           "0x10000000000000000", "18446744073709551616", "1 ", "+1"})
+    EXPECT_EQ(hexOrDecimal(slip), std::nullopt) << slip;
+  EXPECT_EQ(hexOrDecimal("0xFfffffffffffffff"), UINT64_MAX);
+  EXPECT_EQ(hexOrDecimal("18446744073709551615"), UINT64_MAX);
+  EXPECT_EQ(hexOrDecimal(""), 0u);
+  EXPECT_EQ(hexOrDecimalUpTo(255, "0xff"), 255u);
+  EXPECT_EQ(hexOrDecimalUpTo(255, "256"), std::nullopt);
+  EXPECT_EQ(zeroBasedId16("65535"), 65535);
+  EXPECT_EQ(zeroBasedId16("65536"), std::nullopt);
   g_oneBaseMode = 1;
-  EXPECT_EQ(userId("1"), 0);
-  EXPECT_EQ(userId("0"), -1);
-  EXPECT_LT(userId("4294967296"), 0);
+  EXPECT_EQ(zeroBasedId("1"), 0);
+  EXPECT_EQ(zeroBasedId("0"), std::nullopt);
+  EXPECT_EQ(zeroBasedId("2147483648"), 2147483647);
+  EXPECT_EQ(zeroBasedId("2147483649"), std::nullopt);
+  EXPECT_EQ(userCounting(4), 5);
   g_oneBaseMode = 0;
 }
 

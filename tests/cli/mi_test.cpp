@@ -37,8 +37,9 @@ TEST(VpdRead, RefusesWhatIsBeyondTheStore) {
       {"vpdread -o 500 -l 13", 0, "Invalid range via offset: 0x1f4, data length: 0xd\n"},
       // Neither a negative number nor a wrap of the sum gets through.
       {"vpdread -o 0xffffffff -l 10", 0, "Invalid range via offset: 0xffffffff, data length: 0xa\n"},
-      {"vpdread -o -0x1 -l 10", 0, "Invalid range via offset: 0xffffffff, data length: 0xa\n"},
-      {"vpdread -o 0 -l 4294967297", 0, "Invalid range via offset: 0x0, data length: 0xffffffff\n"},
+      {"vpdread -o -0x1 -l 10", 0, "-o: Invalid offset value\n"},
+      {"vpdread -o 0xffffffff -l 10", 0, "Invalid range via offset: 0xffffffff, data length: 0xa\n"},
+      {"vpdread -o 0 -l 4294967296", 0, "-l: Invalid data length value\n"},
       {"vpdread -o x -l 10", 0, "-o: Invalid offset value\n"},
       {"vpdread -o 0 -l -1", 0, "-l: Invalid data length value\n"},
       {"vpdread -o 0 -l 1 -f /nowhere/x", 0, "Unable to open file '/nowhere/x': No such file or directory\n"},
@@ -83,7 +84,7 @@ TEST(VpdWrite, RefusesFilesAndRanges) {
   std::string small = put(session, "small", "12345"), large = put(session, "large", std::string(64496, 'x'));
   expectRows(session, {
       {"mi_passthruwrite -o 200 -l 57 -f " + small, 0, "Invalid range via offset:0xc8, data length:0x39\n"},
-      {"mi_passthruwrite -o -0x1 -l 2 -f " + small, 0, "Invalid range via offset:0xffffffff, data length:0x2\n"},
+      {"mi_passthruwrite -o 0xffffffff -l 2 -f " + small, 0, "Invalid range via offset:0xffffffff, data length:0x2\n"},
       {"mi_passthruwrite -o 0 -l 6 -f " + small, 0, "Input file is shorter than data length: 0x5, data length: 0x6\n"},
       {"mi_passthruwrite -o 0 -l 6 -f " + large, 0, "Input file is too long: 0xfbf0, at most 0xfbef\n"},
       {"mi_passthruwrite -o 0 -l 6 -f /", 0, "Unable to open file '/': Is a directory\n"},

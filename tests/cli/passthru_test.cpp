@@ -18,17 +18,17 @@ TEST(Passthru, BuildsTheCommandFromItsOptions) {
   CliSession session;
   const std::string eight = "CDW[0]: 0x2\n\n0x00 0x34 0x01 0x64 0x0a 0x00 0x00 0x00 \n" SUCCESS;
   play(session,
-       {{"passthru -i 3 -o 0x106 -r READ --cdw10=0x1 -t NVM",
+       {{"passthru -i 3 -o 0x6 -r READ --cdw10=0x1 -t NVM",
          "CDW[0]: 0x6\n\n" SUCCESS "=> 0\n< op=c2 nsid=3 cdw10=1 cdw14=6\n"},
         {"passthru -i 1 -o 2 -r read --cdw10=0x7f0002 -d 8",
          eight + "=> 0\n< op=c2 nsid=1 cdw10=7f0002 cdw14=2 len=8\n"},
         {"passthru -i 1 -o 10 -r read --cdw10 0x104 -m 16 --cdw11=11 --cdw12=12 --cdw13=0xffffffff -n "
-         "0x100000002",
+         "0x2",
          "CDW[0]: 0xa\n\n" SUCCESS
          "=> 0\n< op=c2 nsid=1 cdw10=104 cdw11=b cdw12=c cdw13=ffffffff cdw14=a cdw15=2\n"},
         {"passthru -i 1 -o 6 -r read --cdw10=1 --cdw2=5 --cdw3=6 --data-len=0",
          "CDW[0]: 0x6\n\n" SUCCESS "=> 0\n< op=c2 nsid=1 cdw2=5 cdw10=1 cdw14=6\n"},
-        {"passthru -i 1 -o 6 -p 6 -f 5 -r read",
+        {"passthru -i 1 -o 6 -p 2 -f 1 -r read",
          "CDW[0]: 0x8106\n" FAILED(
              "Invalid Field in Command (Status Code: 0x2)") "=> 2\n"
                                                             "< op=c2 nsid=1 cdw14=8106\n"},
@@ -101,8 +101,18 @@ TEST(Passthru, RefusesWithResultZero) {
         {"passthru --cdw13=1x0", "--cdw13: CDW13 should be a decimal or hexadecimal\n=> 0\n"},
         {"passthru -m k", "-m: Metadata length id should be a decimal or hexadecimal\n=> 0\n"},
         {"passthru -d 4k", "-d: data length id should be a decimal or hexadecimal\n=> 0\n"},
-        {"passthru -d 1048577", "Unable to allocate a buffer of 1048577 bytes.\n=> 0\n"},
-        {"passthru -m 0x100001", "Unable to allocate a buffer of 0x100001 bytes.\n=> 0\n"},
+        {"passthru -i 65536", "-i : invalid SSD adapter id '65536'.\n=> 0\n"},
+        {"passthru -p 4", "-p: PSDT should be a decimal or hexadecimal\n=> 0\n"},
+        {"passthru -f 0x4", "-f: FUSE should be a decimal or hexadecimal\n=> 0\n"},
+        {"passthru -o 0x180", "-o: OPCode should be a decimal or hexadecimal\n=> 0\n"},
+        {"passthru -o 0xg", "-o: OPCode should be a decimal or hexadecimal\n=> 0\n"},
+        {"passthru -n 0x100000000", "-n: Namespace id should be a decimal or hexadecimal\n=> 0\n"},
+        {"passthru --cdw3=4294967296", "--cdw3: CDW3 should be a decimal or hexadecimal\n=> 0\n"},
+        {"passthru --cdw10=0x100000000", "--cdw10: CDW10 should be a decimal or hexadecimal\n=> 0\n"},
+        {"passthru --cdw11=0x100000000", "--cdw11: CDW11 should be a decimal or hexadecimal\n=> 0\n"},
+        {"passthru --cdw12=0x100000000", "--cdw12: CDW12 should be a decimal or hexadecimal\n=> 0\n"},
+        {"passthru -d 1048577", "A length of 1048577 bytes is too large, at most 1048576.\n=> 0\n"},
+        {"passthru -m 0x100001", "A length of 0x100001 bytes is too large, at most 1048576.\n=> 0\n"},
         {"passthru --outputfile /none/x", "Unable to open file '/none/x': No such file or directory\n=> 0\n"},
         {"passthru --inputfile /", "Unable to open file '/': Is a directory\n=> 0\n"},
         {"passthru -o 6 -r read", "passthru: option -i is required\n=> 0\n"},

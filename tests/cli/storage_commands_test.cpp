@@ -43,6 +43,8 @@ TEST(Bga, StartsAndStops) {
     {"rebuild -a start -i 0", 0, "rebuild: option -d is required\n"},
     {"mp -i 65536", 0, "-i : invalid vd id '65536'.\n"},
     {"rebuild -i 1 -d 0", 0, "-i : invalid pd id '0'.\n", {}, 1},
+    {"rebuild -i 1 -d 70000", 0, "-d : invalid pd id '70000'.\n"},
+    {"rebuild -i 1 -d 4294967296", 0, "-d : invalid pd id '4294967296'.\n", {}, 1},
   });
 }
 
@@ -72,7 +74,12 @@ TEST(Ns, ReadsItsOptionsAndSendsOneRequest) {
     {"ns -a detach -i 1 -d 0,1", 0, "Detach namespace success\n", {"op=15 nsid=1 cdw10=1 len=4096"}},
     {"ns -i 1", 1, "Error action!\n"},
     {"ns -p ctrl --list", 0, "Primary Controller Id is 0\n", {"op=6 cdw10=14 len=4096"}},
-    {"ns -i 65536", 0, "invalid id '65536'\n"},
+    {"ns -a init -i 65536 -n 1", 0, "invalid id '65536'\n"},
+    {"ns -a share -i 65536 -s yes", 0, "invalid id '65536'\n"},
+    {"ns -a share -i 1 -s no -c 16777216", 0, "-c: controller id should be a number\n"},
+    {"ns -i 4294967296", 0, "invalid id '4294967296'\n"},
+    {"ns -a detach -i 4294967295", 0x0B, "Detach namespace failed\n", {"op=15 nsid=ffffffff cdw10=1 len=4096"}},
+    {"ns -l 0x1g", 0, "-l: Invalid LBA\n"},
     {"ns -d 0,", 0, "-d : controller ids should be a number\n"},
     {"adapter -i 1", 0, "NVMe Controller 1 set as default CLI commands refers to.\n"},
     {"ns -a init -i 1 -n 2", 0, "\nInitial NS successfully\n", {"vmhba3 admin op=e2 cdw12=2e5 cdw14=2"}, 1},

@@ -47,14 +47,13 @@ struct Options {
 
 bool readId(Options &o, const char *text) {
   constexpr char kInvalid[] = "-i : invalid NVMe Controller id '%s'\n";
-  std::optional<int32_t> typed = decimal(text);
-  if (!typed) return complain(kInvalid, text);
-  int32_t id = *typed - g_oneBaseMode;
-  if (id >= gNumAdaptersFound) return complain("NVMe Controller %d does not exist.\n", *typed);
-  if (id < 0) return complain(kInvalid, text);
-  o.id.set(id);
+  std::optional<int32_t> id = zeroBasedId(text);
+  if (!id) return complain(kInvalid, text);
+  int typed = userCounting(*id);
+  if (*id >= gNumAdaptersFound) return complain("NVMe Controller %d does not exist.\n", typed);
+  o.id.set(*id);
   // Said before the rest of the line is read, and also when nothing comes of it. This is meant.
-  std::fprintf(stream, "NVMe Controller %d set as default CLI commands refers to.\n", *typed);
+  std::fprintf(stream, "NVMe Controller %d set as default CLI commands refers to.\n", typed);
   return true;
 }
 
@@ -80,7 +79,7 @@ int32_t listAdapters() {
   gNumAdaptersFound = TRX_Adapter_GetCount();
   std::fprintf(stream, "Total number of NVMe Controllers: %d\n", gNumAdaptersFound);
   std::fprintf(stream, "Current default NVMe Controller ID for CLI commands: %d\n",
-               gCurrentAdapter + g_oneBaseMode);
+               userCounting(gCurrentAdapter));
   return 0;
 }
 
@@ -90,7 +89,7 @@ void chooseBySlot(const char *slot) {
     std::fprintf(stream, "%s is not NVMe Controller\n", slot);
     return;
   }
-  std::fprintf(stream, "new NVMe Controller id : %d\n", found + g_oneBaseMode);
+  std::fprintf(stream, "new NVMe Controller id : %d\n", userCounting(found));
   gCurrentAdapter = found;
 }
 

@@ -82,8 +82,7 @@ bool readObject(Options &o, const char *text) {
 bool readBounded(Counted<int32_t> &into, const char *text, int32_t largest) {
   // No text at all, as in "--ca 3", where the 3 is another word, would count as 0: a slot and an action
   // that nobody asked for.
-  into.set(*text ? decimal(text).value_or(-1) : -1);
-  return into.value >= 0 && into.value <= largest;
+  return into.takeCounted(*text ? decimalUpTo(largest, text) : std::nullopt);
 }
 
 // clang-format off
@@ -96,8 +95,7 @@ constexpr OptionRow<Options> kOptions[] = {
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        return readObject(o, text) || complain("-o : invalid object '%s'\n", text); }},
     {"id", 'i', Argument::Required, [](Options &o, const char *text) {
-       o.id.set(userId(text).value_or(-1));
-       return o.id.value >= 0 || complain("-i : invalid id '%s'.\n", text); }},
+       return o.id.takeCounted(zeroBasedId(text)) || complain("-i : invalid id '%s'.\n", text); }},
     {"fs", 's', Argument::OptionalWhenLong, [](Options &o, const char *text) {
        return readBounded(o.slot, text, 7) || complain("-s : invalid firmware slot '%s'.\n", text); }},
     {"ca", 'c', Argument::OptionalWhenLong, [](Options &o, const char *text) {

@@ -69,8 +69,8 @@ bool readControllers(Options &o, const char *text) {
   for (bool more = true; more;) {
     size_t comma = rest.find(',');
     std::string word(rest.substr(0, comma));
-    std::optional<int32_t> id = word.empty() ? std::nullopt : decimal(word.c_str());
-    if (!id || *id < 0 || *id > 0xFFFF) return complain("--list : controller ids should be a number\n");
+    std::optional<int32_t> id = word.empty() ? std::nullopt : decimalUpTo(UINT16_MAX, word.c_str());
+    if (!id) return complain("--list : controller ids should be a number\n");
     ids.push_back(static_cast<TRX_U16>(*id));
     more = comma != std::string_view::npos;
     if (more) rest.remove_prefix(comma + 1);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/get/get.h"
 
-#include "Public/common.h"
 #include "Public/listing.h"
+#include "Public/numbers.h"
 
 namespace trx {
 namespace {
@@ -29,7 +29,7 @@ ControllerRequest configRequest() {
 
 void hbaGet_printf(TRX_U8 index, const NVME_Adapter_Config &config) {
   Listing listing(stream, 24);
-  listing.row("NVMe Controller Index:", "index", index + g_oneBaseMode);
+  listing.row("NVMe Controller Index:", "index", userCounting(index));
   listing.row("Auto Rebuild:", "auto_rebuild", config.AutoRebuildOn == 1 ? "on" : "off");
   listing.row("BGA Rate:", "bga_rate", rateWord(config.BGARate));
   listing.blankLine();

@@ -10,6 +10,7 @@
 #include "Public/numbers.h"
 #include "Public/options.h"
 #include "Public/request.h"
+#include "Public/utility.h"
 
 namespace trx {
 
@@ -75,7 +76,7 @@ enum class CommandSet { Admin, Nvm };
 
 struct Options {
   Counted<CommandSet> commandSet;
-  Counted<int32_t> id;
+  Counted<TRX_U16> id;
   Counted<Request> request;
   Counted<TRX_U32> psdt, fuse, opcode, nsid;
   Counted<TRX_U32> cdw2, cdw3, cdw10, cdw11, cdw12, cdw13;
@@ -92,17 +93,18 @@ constexpr Word<Request> kRequests[] = {
     {"read", Request::Read}, {"write", Request::Write}, {"none", Request::None}};
 
 bool readId(Options &o, const char *text) {
-  std::optional<int32_t> id = userId(text);
-  if (!id) return complain("-i: SSD adapter id should be a number\n");
-  o.id.set(*id);
-  return *id >= 0 || complain("-i : invalid SSD adapter id '%s'.\n", text);
+  if (!isNumber(text)) return complain("-i: SSD adapter id should be a number\n");
+  // 16 bits: the record tells it a second time, in a field of that width.
+  return o.id.take(zeroBasedId16(text)) || complain("-i : invalid SSD adapter id '%s'.\n", text);
 }
 
-/// Take a number, of which a dword holds the low 32 bits.
+/// Take a number for a field of the command: cut, it would send another one.
+bool readField(Counted<TRX_U32> &into, const char *text, TRX_U32 most, const char *complaint) {
+  return into.take(hexOrDecimalUpTo(most, text)) || complain("%s", complaint);
+}
+
 bool readDword(Counted<TRX_U32> &into, const char *text, const char *complaint) {
-  std::optional<uint64_t> number = hexOrDecimal(text);
-  into.set(static_cast<TRX_U32>(number.value_or(0)));
-  return number || complain("%s", complaint);
+  return readField(into, text, UINT32_MAX, complaint);
 }
 
 bool readLength(Counted<uint64_t> &into, const char *text, const char *complaint) {
@@ -110,7 +112,7 @@ bool readLength(Counted<uint64_t> &into, const char *text, const char *complaint
   constexpr uint64_t kMostBytes = 1 << 20;
   std::optional<uint64_t> bytes = hexOrDecimal(text);
   if (!bytes) return complain("%s", complaint);
-  if (*bytes > kMostBytes) return complain("Unable to allocate a buffer of %s bytes.\n", text);
+  if (*bytes > kMostBytes) return complain("A length of %s bytes is too large, at most 1048576.\n", text);
   return into.set(*bytes);
 }
 
@@ -141,11 +143,11 @@ constexpr OptionRow<Options> kOptions[] = {
        ++o.request.count;
        return choose(o.request.value, text, kRequests) || complain("-r : invalid request '%s'\n", text); }},
     {"psdt", 'p', Argument::Required, [](Options &o, const char *text) {
-       return readDword(o.psdt, text, "-p: PSDT should be a decimal or hexadecimal\n"); }},
+       return readField(o.psdt, text, 3, "-p: PSDT should be a decimal or hexadecimal\n"); }},
     {"fuse", 'f', Argument::Required, [](Options &o, const char *text) {
-       return readDword(o.fuse, text, "-f: FUSE should be a decimal or hexadecimal\n"); }},
+       return readField(o.fuse, text, 3, "-f: FUSE should be a decimal or hexadecimal\n"); }},
     {"opcode", 'o', Argument::Required, [](Options &o, const char *text) {
-       return readDword(o.opcode, text, "-o: OPCode should be a decimal or hexadecimal\n"); }},
+       return readField(o.opcode, text, 0xFF, "-o: OPCode should be a decimal or hexadecimal\n"); }},
     {"nsid", 'n', Argument::Required, [](Options &o, const char *text) {
        return readDword(o.nsid, text, "-n: Namespace id should be a decimal or hexadecimal\n"); }},
     {"cdw2", '2', Argument::Required, [](Options &o, const char *text) {
@@ -174,14 +176,11 @@ constexpr OptionRow<Options> kOptions[] = {
 // clang-format on
 
 /// Dword 0 of the disk command.
-TRX_U32 diskDword0(const Options &o) {
-  return (o.opcode.value & 0xFF) | (o.fuse.value & 3) << 8 | (o.psdt.value & 3) << 14;
-}
+TRX_U32 diskDword0(const Options &o) { return o.opcode.value | o.fuse.value << 8 | o.psdt.value << 14; }
 
 ControllerRequest passthruRequest(const Options &o) {
-  auto disk = static_cast<TRX_U32>(o.id.value);
   TRX_U32 outerOpcode = o.request.value == Request::Read ? TRX_OPCODE_DISK_READ : TRX_OPCODE_DISK_WRITE;
-  ControllerRequest request = ControllerRequest::disk(outerOpcode, disk);
+  ControllerRequest request = ControllerRequest::disk(outerOpcode, o.id.value);
   auto setIfGiven = [&](unsigned dword, const Counted<TRX_U32> &option) {
     if (option.given()) request.set(dword, option.value);
   };
@@ -193,7 +192,7 @@ ControllerRequest passthruRequest(const Options &o) {
   setIfGiven(13, o.cdw13);
   request.set(14, diskDword0(o));
   setIfGiven(15, o.nsid);
-  return request.setControlId(static_cast<TRX_U16>(disk));
+  return request.setControlId(o.id.value);
 }
 
 /// The record's dwords; in place of the data pointer of an NVMe command, in 7 and 9, stand the address
@@ -218,8 +217,7 @@ void _showRAWData(std::span<const uint8_t> data) {
 }
 
 bool asksForSmartLog(const Options &o) {
-  constexpr TRX_U32 kGetLogPage = 0x02;
-  return o.cdw10.value == kSmartLogPage && o.opcode.value == kGetLogPage;
+  return o.cdw10.value == kSmartLogPage && o.opcode.value == TRX_NVME_GET_LOG_PAGE;
 }
 
 /// Show or save what came back. @return whether all of it was saved
@@ -246,9 +244,9 @@ int32_t readFromDisk(Options &o, const ControllerRequest &request, std::span<uin
     std::fputs("Passthrough command is failed.\n", stream);
     return static_cast<int32_t>(status);
   }
-  bool saved = deliver(o, data);
+  if (!deliver(o, data)) return 1;
   std::fputs("Passthrough command is success.\n", stream);
-  return saved ? 0 : 1;
+  return 0;
 }
 
 }  // namespace
@@ -257,25 +255,16 @@ constexpr OptionList passthru_options = optionList<kOptions>();
 
 int32_t doPassthru(int argc, char **argv, const Command_Info *row) {
   Options o;
-  if (parseOptions(argc, argv, row, kOptions, o) != Parsed::Complete) return 0;
-  if (argc == 1) {
-    printHelp(row);
-    return 1;
-  }
+  if (auto end = readOptions(argc, argv, row, kOptions, o, 0)) return *end;
   if (anyRepeated(o.commandSet, o.id, o.request, o.psdt, o.fuse, o.opcode, o.nsid, o.cdw2, o.cdw3,
                   o.metadataLength, o.dataLength, o.cdw10, o.cdw11, o.cdw12, o.cdw13, o.outputFile,
                   o.inputFile)) {
     complainDuplicate();
     return 0;
   }
-  if (!o.id.given()) {
-    complainRequired(argv[0], 'i');
-    return 0;
-  }
-  if (!o.request.given() || !o.opcode.given()) {
-    complainRequired(argv[0], 'r');  // also when -o is missing; this is meant
-    return 0;
-  }
+  if (!o.id.given()) return complainRequired(argv[0], 'i', 0);
+  // Also when only -o is missing. This is meant.
+  if (!o.request.given() || !o.opcode.given()) return complainRequired(argv[0], 'r', 0);
 
   std::span<uint8_t> data(reinterpret_cast<uint8_t *>(o.pages.data()), o.dataLength.value);
   ControllerRequest request = passthruRequest(o);

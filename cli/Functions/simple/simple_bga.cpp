@@ -101,8 +101,8 @@ constexpr OptionRow<Options> kVolumeRow{"vd_id", 'i', Argument::Required, [](Opt
 constexpr OptionRow<Options> kDiskRow{"pd_id", 'd', Argument::Required, [](Options &o, const char *text) {
   if (o.pd.take(zeroBasedId16(text))) return true;
   // An id below the first one is laid to -i. This is meant.
-  bool number = decimal(text).has_value();
-  return complain(number ? "-i : invalid pd id '%s'.\n" : "-d : invalid pd id '%s'.\n", text); }};
+  bool belowFirst = zeroBased(decimal(text).value_or(g_oneBaseMode)) < 0;
+  return complain(belowFirst ? "-i : invalid pd id '%s'.\n" : "-d : invalid pd id '%s'.\n", text); }};
 // clang-format on
 
 constexpr OptionRow<Options> kOptions[] = {kActionRow, kVolumeRow};

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Show the controller's event journal, newest first.
-#include <algorithm>
-
 #include "Functions/handlers.h"
 #include "Functions/simple/journal.h"
 #include "Public/listing.h"
@@ -32,16 +30,16 @@ Examples:
 namespace {
 
 struct Options {
-  int32_t count = 0;  ///< 0: all
+  size_t count = 0;  ///< 0: all
 };
 
 // A repeated -c is not refused: the last one wins. This is meant.
 constexpr OptionRow<Options> kOptions[] = {
     {"count", 'c', Argument::OptionalWhenLong,
      [](Options &o, const char *text) {
-       std::optional<int32_t> count = decimal(text);
+       std::optional<int64_t> count = decimal(text);
        if (!count) return complain("-c : invalid count '%s'.\n", text);
-       o.count = std::max(*count, 0);  // more than 32 bits hold is more than there are: all
+       o.count = static_cast<size_t>(*count);
        return true;
      }},
 };
@@ -88,7 +86,7 @@ constexpr OptionList event_options = optionList<kOptions>();
 int32_t doSEvent(int argc, char **argv, const Command_Info *row) {
   Options o;
   if (auto end = readOptions(argc, argv, row, kOptions, o, 1)) return *end;
-  return getPageEventSA(static_cast<size_t>(o.count));
+  return getPageEventSA(o.count);
 }
 
 }  // namespace trx

@@ -3,6 +3,7 @@
 #include "Functions/handlers.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/utility.h"
 #include "trx/trx_api.h"
 
 namespace trx {
@@ -40,10 +41,8 @@ struct Options {
 constexpr Word<bool> kObjects[] = {{"hba", true}};
 
 bool readId(Options &o, const char *text) {
-  std::optional<int32_t> id = userId(text);
-  if (!id) return complain("-i : id is not a number\n");
-  if (*id < 0 || *id >= gNumAdaptersFound) return complain("-i : invalid id '%s'\n", text);
-  return o.id.set(*id);
+  if (!isNumber(text)) return complain("-i : id is not a number\n");
+  return o.id.take(zeroBasedId(text, gNumAdaptersFound - 1)) || complain("-i : invalid id '%s'\n", text);
 }
 
 // clang-format off

@@ -55,12 +55,12 @@ void importVDSA(TRX_U8 adapter, TRX_U16 vd) {
     return;
   }
   NVME_VD_Info volume{};
-  // The current adapter is asked even when -i names another one. This is meant.
+  // The current adapter is asked even when -i names another one: volumes are chosen from its listing.
   if (TRX_Adapter_GetSimpleVDInfo(adapter, vd, &volume) != 0) {
     std::fputs("\nUnable to get info of VD\n", stream);
     return;
   }
-  const int32_t shown = vd + g_oneBaseMode;
+  const int32_t shown = userCounting(vd);
   if (volume.Importable != 1) {
     std::fprintf(stream, "\nVD %d is not importable.\n", shown);
   } else if (importVolume(vd).trace().send(adapter) == 0) {

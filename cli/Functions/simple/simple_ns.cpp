@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Manage the namespaces that the controller exposes.
-#include <cstdlib>
 #include <cstring>
 
 #include "Functions/handlers.h"
+#include "Functions/info/info.h"
+#include "Functions/info/listings.h"
 #include "Functions/simple/namespace_table.h"
-#include "Functions/simple/simple_info.h"
-#include "Public/identify.h"
 #include "Public/numbers.h"
+#include "Public/objects.h"
 #include "Public/options.h"
 #include "Public/request.h"
 #include "Public/utility.h"
@@ -86,11 +86,12 @@ static_assert(sizeof(ControllerList) == TRX_PAGE_SIZE);
 
 struct Options {
   Counted<Action> action;
-  Counted<int32_t> id;
+  Counted<TRX_U32> id;
+  const char *idText = "";  ///< as typed
   Counted<const char *> eui64;
   Counted<TRX_U8> number;
   Counted<bool> shared;
-  Counted<TRX_U32> controller;
+  Counted<int64_t> controller;
   Counted<uint64_t> lba;
   Counted<ControllerList> controllers;
   Counted<bool> primary;
@@ -98,24 +99,23 @@ struct Options {
 };
 
 bool readId(Options &o, const char *text) {
-  std::optional<int32_t> id = decimal(text);
+  std::optional<int64_t> id = decimal(text);
   if (!id) return complain("-i: id should be a number\n");
   // Only an action that stands before -i tells that the id is counted from 1. This is meant.
   bool userCounted = o.action.value == Action::Create || o.action.value == Action::Init;
-  if (userCounted) *id -= g_oneBaseMode;
-  // A larger id would run out of its field in the command and name another disk.
-  if (*id < 0 || *id > UINT16_MAX) return complain("invalid id '%s'\n", text);
-  return o.id.set(*id);
+  if (userCounted) id = zeroBased(*id);
+  if (*id < 0 || *id > UINT32_MAX) return complain("invalid id '%s'\n", text);
+  o.idText = text;
+  return o.id.set(static_cast<TRX_U32>(*id));
 }
 
 bool appendController(ControllerList &list, const std::string &text) {
-  std::optional<int32_t> id = decimal(text.c_str());
-  if (text.empty() || !id) return complain("-d : controller ids should be a number\n");
-  *id -= g_oneBaseMode;
-  if (*id < 0 || *id > UINT16_MAX) return complain("invalid controller id '%s'\n", text.c_str());
+  if (text.empty() || !isNumber(text.c_str())) return complain("-d : controller ids should be a number\n");
+  std::optional<uint16_t> id = zeroBasedId16(text.c_str());
+  if (!id) return complain("invalid controller id '%s'\n", text.c_str());
   if (list.count == ControllerList::kRoom)
     return complain("-d : at most %zu controller ids\n", ControllerList::kRoom);
-  list.ids[list.count++] = static_cast<TRX_U16>(*id);
+  list.ids[list.count++] = *id;
   return true;
 }
 
@@ -138,16 +138,15 @@ constexpr OptionRow<Options> kOptions[] = {
        if (std::strlen(text) != 16) return complain("-e : invalid EUI64 '%s'.\n", text);
        return o.eui64.set(text); }},
     {"nn", 'n', Argument::Required, [](Options &o, const char *text) {
-       if (!isNumber(text)) return complain("-n: number of namespace should be a number\n");
-       return o.number.set(static_cast<TRX_U8>(std::strtol(text, nullptr, 10))); }},
+       std::optional<int64_t> number = decimal(text);
+       if (!number) return complain("-n: number of namespace should be a number\n");
+       return o.number.set(static_cast<TRX_U8>(*number)); }},
     {"sharing", 's', oneOf<kYesNo>(), [](Options &o, const char *text) {
        return choose(o.shared, text, kYesNo) || complain("-s : invalid option '%s'.\n", text); }},
     {"cid", 'c', Argument::Required, [](Options &o, const char *text) {
-       if (!isNumber(text)) return complain("-c: controller id should be a number\n");
-       return o.controller.set(static_cast<TRX_U32>(std::strtol(text, nullptr, 10))); }},
+       return o.controller.take(decimal(text)) || complain("-c: controller id should be a number\n"); }},
     {"lba", 'l', Argument::Required, [](Options &o, const char *text) {
-       std::optional<uint64_t> lba = hexOrDecimal(text);
-       return lba ? o.lba.set(*lba) : complain("-l: Invalid LBA\n"); }},
+       return o.lba.take(hexOrDecimal(text)) || complain("-l: Invalid LBA\n"); }},
     {"ctrllist", 'd', Argument::Required, readControllers},
     {"primary", 'p', oneOf<kPrimary>(), [](Options &o, const char *text) {
        return choose(o.primary, text, kPrimary) || complain("-p : invalid value '%s'\n", text); }},
@@ -157,30 +156,29 @@ constexpr OptionRow<Options> kOptions[] = {
 
 // ---- requests ----
 
-ControllerRequest initNamespaces(int32_t pd, TRX_U8 number) {
+ControllerRequest initNamespaces(TRX_U32 pd, TRX_U8 number) {
   return ControllerRequest::function(0xE5, 2, static_cast<TRX_U16>(pd)).set(14, number);
 }
 
-ControllerRequest shareNamespace(int32_t nsid, bool shared, TRX_U32 controller) {
+ControllerRequest shareNamespace(TRX_U32 nsid, bool shared, int64_t controller) {
   return ControllerRequest::function(0xE5, 3, static_cast<TRX_U16>(nsid))
-      .set(14, shared ? 1 : controller << 8);
+      .set(14, shared ? 1 : static_cast<TRX_U32>(controller) << 8);
 }
 
-/// What backs the namespace is told counting from 1.
-ControllerRequest createNamespace(int32_t backing, TRX_U32 controller, uint64_t lba) {
-  auto where = static_cast<TRX_U16>((controller & 0xFF) << 8 | (static_cast<TRX_U32>(backing + 1) & 0xFF));
+/// What backs the namespace is told counting from 1. Of it and of the controller eight bits are kept.
+ControllerRequest createNamespace(TRX_U32 backing, int64_t controller, uint64_t lba) {
+  auto where = static_cast<TRX_U16>((controller & 0xFF) << 8 | ((backing + 1) & 0xFF));
   return ControllerRequest::function(0xE5, 4, where)
       .set(13, static_cast<TRX_U32>(lba))
       .set(14, static_cast<TRX_U32>(lba >> 32));
 }
 
-/// Namespace Attachment (NVMe base standard, opcode 15h).
+/// Namespace Attachment (NVMe base standard).
 TRX_U32 selectControllers(TRX_U32 nsid, bool detach, const ControllerList &controllers) {
-  constexpr TRX_U8 kNamespaceAttachment = 0x15;
-  TRX_U32 select = detach ? 1 : 0;
+  TRX_U32 select = detach ? TRX_NVME_DETACH : TRX_NVME_ATTACH;
   Page page;
   std::memcpy(page.bytes, &controllers, sizeof controllers);
-  return TRX_Adapter_Admin(gCurrentAdapter, kNamespaceAttachment, nsid, &select, 1, page.bytes,
+  return TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_NAMESPACE_ATTACHMENT, nsid, &select, 1, page.bytes,
                            sizeof page.bytes, nullptr, 0);
 }
 
@@ -195,12 +193,24 @@ bool findNamespace(Options &o, const char *command, const NamespaceTable &table)
   if (!o.eui64.given()) return true;
   int32_t id = getNSIDfromEUI64(table, o.eui64.value);
   if (id == -1) return complain("invalid EUI64 id: %s\n", o.eui64.value);
-  return o.id.set(id);
+  return o.id.set(static_cast<TRX_U32>(id));
+}
+
+/// Whether the id fits the 16 bits that the controller's own functions have for it: cut, it would name
+/// another object.
+bool fitsFunction(const Options &o) {
+  return o.id.value <= UINT16_MAX || complain("invalid id '%s'\n", o.idText);
+}
+
+/// Likewise for the 24 bits of a private namespace's controller.
+bool controllerFits(const Options &o) {
+  return o.controller.value <= 0xFFFFFF || complain("-c: controller id should be a number\n");
 }
 
 int32_t init(const Options &o, const char *command) {
   if (!o.id.given()) return complainRequired(command, 'i', 0);
   if (!o.number.given()) return complainRequired(command, 'n', 0);
+  if (!fitsFunction(o)) return 0;
   return sendAndTell(initNamespaces(o.id.value, o.number.value),
                      {"\nInitial NS successfully\n", "\nUnable to initial NS\n"});
 }
@@ -208,6 +218,7 @@ int32_t init(const Options &o, const char *command) {
 int32_t share(Options &o, const char *command, const NamespaceTable &table) {
   if (!findNamespace(o, command, table)) return 0;
   if (!o.shared.given()) return complainRequired(command, 's', 0);
+  if (!fitsFunction(o) || !controllerFits(o)) return 0;
   return sendAndTell(shareNamespace(o.id.value, o.shared.value, o.controller.value),
                      {"\nSet sharing NS successfully\n", "\nUnable to set sharing NS\n"});
 }
@@ -228,15 +239,19 @@ int32_t attachOrDetach(Options &o, const char *command, const NamespaceTable &ta
   if (!findNamespace(o, command, table)) return 0;
   bool detach = o.action.value == Action::Detach;
   const char *word = detach ? "Detach" : "Attach";
-  TRX_U32 status = selectControllers(static_cast<TRX_U32>(o.id.value), detach, o.controllers.value);
+  TRX_U32 status = selectControllers(o.id.value, detach, o.controllers.value);
   std::fprintf(stream, status == 0 ? "%s namespace success\n" : "%s namespace failed\n", word);
   return static_cast<int32_t>(status);
 }
 
 int32_t showPrimary() {
   TRX_U16 id = 0;
-  TRX_U32 status = primaryControllerId(id);
-  if (status == 0) std::fprintf(stream, "Primary Controller Id is %d\n", id);
+  TRX_U32 status = readPrimaryControllerId(gCurrentAdapter, id);
+  if (status != 0) {
+    complainIdentify();
+  } else {
+    std::fprintf(stream, "Primary Controller Id is %d\n", id);
+  }
   return static_cast<int32_t>(status);
 }
 
@@ -258,7 +273,7 @@ int32_t doSNS(int argc, char **argv, const Command_Info *row) {
   // Read on every call, with the help too: its trace and its complaints come first.
   const NamespaceTable table = readNamespaceTable();
   Options o;
-  if (auto end = readOptions(argc, argv, row, kOptions, o, 0)) return *end;
+  if (auto end = readOptions(argc, argv, row, kOptions, o, 0, ParserErrorHelp::Yes)) return *end;
   if (anyRepeated(o.action, o.id, o.number, o.shared, o.controller, o.lba, o.controllers, o.primary, o.list,
                   o.eui64)) {
     complainDuplicate();

@@ -85,7 +85,7 @@ int32_t doSReset(int argc, char **argv, const Command_Info *row) {
     return 0;
   }
   if (power && o.id.value >= kPowerPins) {
-    std::fprintf(stream, "Power Pin ID only support %d or %d\n", g_oneBaseMode, g_oneBaseMode + 1);
+    std::fprintf(stream, "Power Pin ID only support %d or %d\n", userCounting(0), userCounting(1));
     return 1;
   }
   return sendAndTell(resetRequest(o.id.value, o.type.value, o.action.value),

@@ -47,8 +47,7 @@ constexpr Word<TRX_U8> kRates[] = {
     {"high", TRX_BGA_RATE_HIGH}, {"medium", TRX_BGA_RATE_MEDIUM}, {"low", TRX_BGA_RATE_LOW}};
 
 bool readId(Options &o, const char *text) {
-  std::optional<int32_t> id = zeroBasedId(text);
-  return (id && *id < gNumAdaptersFound && o.id.set(*id)) || complain("-i : invalid id '%s'\n", text);
+  return o.id.take(zeroBasedId(text, gNumAdaptersFound - 1)) || complain("-i : invalid id '%s'\n", text);
 }
 
 // clang-format off

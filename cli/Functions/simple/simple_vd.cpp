@@ -56,7 +56,7 @@ constexpr Word<Action> kActions[] = {{"create", Action::Create}, {"delete", Acti
 constexpr Word<Stripe> kStripes[] = {
     {"128", Stripe::Kb128}, {"256", Stripe::Kb256}, {"512", Stripe::Kb512}, {"1024", Stripe::Kb1024}};
 constexpr TRX_U8 kNoRaidMode = 255;
-constexpr int32_t kLastVolume = 255;
+constexpr int32_t kLastVolume = 255;  // the command has eight bits for it
 
 struct Options {
   Counted<Action> action;
@@ -69,13 +69,13 @@ struct Options {
 
 /// Read a list of PD ids into a bitmap.
 bool readMembers(TRX_U32 &members, const char *list) {
-  constexpr long kMembers = 32;
-  constexpr long kDiskZero = 255;  // also names PD 0. This is meant.
+  constexpr int64_t kMembers = 32;
+  constexpr int64_t kDiskZero = 255;  // also names PD 0, as scripts have it
   const char *at = list;
   for (;;) {
     if (!std::isdigit(static_cast<unsigned char>(*at))) return false;
     // What stands between the digits and the next comma is ignored. This is meant.
-    long id = std::strtol(at, nullptr, 10) - g_oneBaseMode;
+    int64_t id = zeroBased(std::strtol(at, nullptr, 10));
     if (id == kDiskZero) id = 0;
     if (id < 0 || id >= kMembers) return false;
     members |= 1u << id;
@@ -90,11 +90,8 @@ constexpr OptionRow<Options> kOptions[] = {
     {"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
     {"vd_id", 'i', Argument::Required, [](Options &o, const char *text) {
-       std::optional<int32_t> id = userId(text);
-       if (!id) return complain("-i : invalid vd id '%s'.\n", text);
-       // The command has eight bits for it: a larger id would name another volume.
-       if (*id < 0 || *id > kLastVolume) return complain("-i : invalid id '%s'\n", text);
-       return o.vd.set(*id); }},
+       if (!isNumber(text)) return complain("-i : invalid vd id '%s'.\n", text);
+       return o.vd.take(zeroBasedId(text, kLastVolume)) || complain("-i : invalid id '%s'\n", text); }},
     {"raidmode", 'r', Takes(Argument::Required, raidModeWord), [](Options &o, const char *text) {
        o.raidMode.set(chooseRaidMode(text));
        return o.raidMode.value != kNoRaidMode || complain("-r : invalid raid mode %s\n", text); }},
@@ -104,8 +101,9 @@ constexpr OptionRow<Options> kOptions[] = {
     {"sbs", 'b', oneOf<kStripes>(Argument::OptionalWhenLong), [](Options &o, const char *text) {
        return choose(o.stripe, text, kStripes) || complain("-b : invalid stripe block size '%s'.\n", text); }},
     {"namespace", 'n', Argument::OptionalWhenLong, [](Options &o, const char *text) {
-       if (!isNumber(text)) return complain("-n : invalid namespaces '%s'.\n", text);
-       return o.namespaces.set(static_cast<TRX_U8>(std::strtol(text, nullptr, 10))); }},
+       std::optional<int64_t> count = decimal(text);
+       if (!count) return complain("-n : invalid namespaces '%s'.\n", text);
+       return o.namespaces.set(static_cast<TRX_U8>(*count)); }},
 };
 // clang-format on
 

@@ -9,16 +9,11 @@
 namespace trx {
 namespace {
 
-constexpr TRX_U8 kMiSend = 0x1D;
-constexpr TRX_U8 kMiReceive = 0x1E;
-
 // NVMe-MI message with the integrity check bit (NVMe-MI standard, Message Type).
 constexpr TRX_U8 kMessageType = 0x84;
 
 bool readBytes(Counted<TRX_U32> &into, const char *text, const char *complaint) {
-  std::optional<uint64_t> number = hexOrDecimal(text);
-  if (!number) return complain("%s", complaint);
-  return into.set(static_cast<TRX_U32>(std::min<uint64_t>(*number, UINT32_MAX)));
+  return into.take(hexOrDecimalUpTo(UINT32_MAX, text)) || complain("%s", complaint);
 }
 
 }  // namespace
@@ -42,7 +37,7 @@ std::span<TRX_U8> MiMessage::bytes() { return {pages_[0].bytes, length_}; }
 
 TRX_U32 MiMessage::send() {
   const TRX_U32 cdw[] = {0, static_cast<TRX_U32>(length_ / 4 - 1)};
-  return TRX_Adapter_Admin(gCurrentAdapter, kMiSend, 0, cdw, 2, pages_[0].bytes,
+  return TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_MI_SEND, 0, cdw, 2, pages_[0].bytes,
                            static_cast<TRX_U16>(length_), nullptr, 0);
 }
 
@@ -52,8 +47,8 @@ TRX_U32 miExchange(MiMessage &message, MiResponse &response) {
     std::fputs("MI send for VPD read failed.\n", stream);
     return status;
   }
-  status = TRX_Adapter_Admin(gCurrentAdapter, kMiReceive, 0, nullptr, 0, nullptr, 0, response.page.bytes,
-                             sizeof response.page.bytes);
+  status = TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_MI_RECEIVE, 0, nullptr, 0, nullptr, 0,
+                             response.page.bytes, sizeof response.page.bytes);
   std::fputs(status == 0 ? "MI send for VPD read success.\n" : "MI receive for VPD read failed.\n", stream);
   return status;
 }

@@ -69,8 +69,8 @@ TRX_U32 miExchange(MiMessage &message, MiResponse &response);
 /// What the user gives to these commands.
 struct MiOptions {
   Counted<TRX_U32> disk;    ///< zero-based whatever the user counts from: this is meant
-  Counted<TRX_U32> offset;  ///< bytes; a number beyond 32 bits is taken as the largest one
-  Counted<TRX_U32> length;  ///< bytes, likewise
+  Counted<TRX_U32> offset;  ///< bytes
+  Counted<TRX_U32> length;  ///< bytes
   Counted<bool> file;       ///< that a file was named
   CommandFile data;         ///< the file, open
 };
