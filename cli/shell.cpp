@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell.h"
 
+#include <poll.h>
 #include <readline/history.h>
 #include <readline/readline.h>
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -51,10 +53,6 @@ char *quoteFileName(char *name, int, char *quote) {
 }
 
 void prepareCompletion() {
-  if (!isatty(STDIN_FILENO)) {
-    rl_bind_key('\t', rl_insert);  // a tab in a script parts words
-    return;
-  }
   rl_attempted_completion_function = completeAtCursor;
   rl_completer_word_break_characters = " \t=";
   rl_completer_quote_characters = "\"";
@@ -65,20 +63,95 @@ void prepareCompletion() {
 
 void prepareReadline() {
   rl_readline_name = "trx_cli";
+  rl_persistent_signal_handlers = 1;  // also while we wait for keys
   prepareCompletion();
   // Neither may leave escape sequences in a captured session.
   rl_variable_bind("enable-bracketed-paste", "off");
   rl_variable_bind("enable-meta-key", "off");
 }
 
-/// The next line; nothing at the end of an input that is not a terminal. At a terminal Ctrl-D does
-/// not end the shell; elsewhere a script would spin for ever.
-Line nextLine() {
-  for (;;) {
-    Line line(readline("> "));
-    if (line || !isatty(STDIN_FILENO)) return line;
+// ---- lines typed at a terminal ----
+
+volatile std::sig_atomic_t gInterrupted = 0;
+
+/// While it lives, Ctrl-C does not end the program: somebody who is typing means the line.
+class InterruptDropsLine {
+ public:
+  InterruptDropsLine() {
+    struct sigaction noting {};
+    noting.sa_handler = [](int) { gInterrupted = 1; };
+    sigaction(SIGINT, &noting, &before_);
   }
+  ~InterruptDropsLine() { sigaction(SIGINT, &before_, nullptr); }
+  InterruptDropsLine(const InterruptDropsLine &) = delete;
+  InterruptDropsLine &operator=(const InterruptDropsLine &) = delete;
+
+ private:
+  struct sigaction before_ {};
+};
+
+Line gTyped;          ///< nothing when it was ended by Ctrl-D
+bool gEnded = false;  ///< a line is
+
+void takeLine(char *line) {
+  gTyped.reset(line);
+  gEnded = true;
+  rl_callback_handler_remove();
 }
+
+void prompt() {
+  gEnded = false;
+  rl_callback_handler_install("> ", takeLine);
+}
+
+void dropLine() {
+  rl_callback_sigcleanup();
+  rl_callback_handler_remove();
+  std::fputc('\n', rl_outstream);
+  prompt();
+}
+
+/// At a terminal Ctrl-D does not end the shell; nothing comes when the terminal itself is gone.
+Line nextTypedLine() {
+  const InterruptDropsLine interrupts;
+  do {
+    prompt();
+    while (!gEnded) {
+      // A signal that comes just before the wait does not end it; it is seen a moment later.
+      constexpr int kMomentMs = 200;
+      pollfd keys{STDIN_FILENO, POLLIN, 0};
+      bool ready = poll(&keys, 1, kMomentMs) == 1;
+      rl_check_signals();  // readline's handlers have only taken note
+      if (gInterrupted) {
+        gInterrupted = 0;
+        dropLine();
+      } else if (ready) {
+        rl_callback_read_char();
+      }
+    }
+  } while (!gTyped && isatty(STDIN_FILENO));
+  return std::move(gTyped);
+}
+
+// ---- lines of a script ----
+
+/// What a script holds is data: no byte of it edits the line. Prompt and line are shown as they are at a
+/// terminal, so that a captured session can be read.
+Line nextScriptLine() {
+  std::fputs("> ", stdout);
+  std::fflush(stdout);
+  char *text = nullptr;
+  size_t room = 0;
+  ssize_t length = getline(&text, &room, stdin);
+  Line line(text);
+  if (length < 0) return nullptr;  // its end; otherwise a script would spin for ever
+  if (text[length - 1] == '\n') text[--length] = '\0';
+  std::fwrite(text, 1, static_cast<size_t>(length), stdout);
+  std::fputc('\n', stdout);
+  return line;
+}
+
+Line nextLine() { return isatty(STDIN_FILENO) ? nextTypedLine() : nextScriptLine(); }
 
 /// Run one line. @return whether the shell goes on
 bool runLine(char *line) {
@@ -100,6 +173,8 @@ bool runLine(char *line) {
 
 void runShell() {
   prepareReadline();
+  // Byte by byte, so that what follows `exit` is left to whoever reads the same input next.
+  std::setvbuf(stdin, nullptr, _IONBF, 0);
   std::array<char, kMaxLine> buffer;
   while (Line line = nextLine()) {
     add_history(line.get());

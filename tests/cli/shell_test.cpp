@@ -86,6 +86,29 @@ TEST(Shell, OnATerminal) {
   EXPECT_EQ(terminal.wait(), 0);
 }
 
+TEST(Shell, DropsALineAtCtrlCAndEndsACommand) {
+  SimHost host;
+  Terminal terminal(host);
+  terminal.readUntil("> ");
+  terminal.type("vd -a delete -i 0");
+  terminal.readUntil("-i 0");
+  terminal.type("\x03");
+  EXPECT_EQ(terminal.readUntil("\n> "), "^C\n> ");
+  terminal.type(
+      "\x12"
+      "abc\x03");  // out of a search in the history, too
+  terminal.readUntil("\n> ");
+  terminal.type("version\n");
+  EXPECT_THAT(terminal.readUntil("API Version: 1.0.0.1035\n> "), HasSubstr("\nSupport Firmware Version"));
+
+  ASSERT_EQ(host.sim("fault", {"add", "op=e2", "delay=30000"}).status, 0);
+  terminal.type("info -o vd\n");
+  terminal.readUntil("vd\n\n");
+  terminal.type("\x03");
+  terminal.readUntil("\x01");
+  EXPECT_EQ(terminal.wait(), 128 + SIGINT);
+}
+
 TEST(Shell, CompletesAtATab) {
   SimHost host;
   std::string image = host.directory() / "two words.img";
@@ -120,6 +143,11 @@ TEST(Shell, InAPipe) {
       {"nonsense\nexit\nversion\n", "Invalid command 'nonsense'!\n"},
       {"info -o vd -i 99\n", "\nUnable to get info of VD\n"},
       {"info\t-o vd -i 99\n", "\nUnable to get info of VD\n"},  // a tab completes nothing here
+      {"help nope", "\n> help nope\nNo help available for 'nope'\n> "},
+      // Keys that edit a line at a terminal are bytes of it here.
+      {"\r\xbc\x0f\xee\x07z\x10\x0f",
+       "\n> \r\xbc\x0f\xee\x07z\x10\x0f\nInvalid command '\r\xbc\x0f\xee\x07z\x10\x0f'!\n"},
+      {"help x\x01y\x15z\x03\n", "No help available for 'x\x01y\x15z\x03'\n"},
   };
   for (const auto &row : rows) {
     Outcome outcome = host.cli({}, row.input);
@@ -133,6 +161,10 @@ TEST(Shell, InAPipe) {
   std::string many;
   for (int i = 0; i < 65; ++i) many += "help ";
   EXPECT_THAT(host.cli({}, many + "\n").out, HasSubstr("Too many words in the line (at most 64).\n"));
+
+  // What follows `exit` is for whoever reads the same input next.
+  Words rest = host.runWords({"sh", "-c", TRX_CLI_PATH " >/dev/null; cat"});
+  EXPECT_EQ(runProgram(rest, "help\nexit\nhello\n").out, "hello\n");
 
   EXPECT_EQ(host.cli({}, std::string(2047, 'x') + "\n").status, 0);
   Outcome tooLong = host.cli({}, std::string(2048, 'x') + "\n");
