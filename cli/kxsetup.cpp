@@ -4,11 +4,14 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <string_view>
 
 #include "Functions/commandTables.h"
+#include "Functions/help/help.h"
 #include "Functions/simple/simple_info.h"
 #include "Public/numbers.h"
 #include "Public/utility.h"
+#include "output.h"
 #include "shell.h"
 #include "trx/trx_api.h"
 
@@ -46,12 +49,10 @@ std::optional<int> redirectOutput(const Arguments &arguments) {
   for (int i = 1; i < arguments.count - 1; ++i) {
     if (strcasecmp(arguments.words[i], "-output") != 0) continue;
     const char *path = arguments.words[i + 1];
-    std::FILE *file = std::fopen(path, "ab");
-    if (!file) {
+    if (!redirectStream(path)) {
       std::fprintf(stderr, "Unable to open output file '%s': %s\n", path, std::strerror(errno));
       return 1;
     }
-    stream = file;
     arguments.words[i][1] = '\001';
     break;
   }
@@ -83,18 +84,25 @@ void reportNoAdapter() {
              stream);
 }
 
-/// End the library and the output. Output that could not be written turns success into failure.
+/// Answer the words that ask nothing of any controller.
+/// @return whether there was one
+bool answeredAtOnce(const Arguments &arguments) {
+  if (arguments.count < 2) return false;
+  std::string_view word = arguments.words[1];
+  if (word == "--help" || word == "-h") {
+    printOverview();
+  } else if (word == "--version") {
+    printVersions();
+  } else {
+    return false;
+  }
+  return true;
+}
+
 int finish(int status) {
   TRX_Final();
   g_pAdInfos.clear();
-  bool written = std::fflush(stream) == 0 && !std::ferror(stream);
-  if (stream != stdout) {
-    written = std::fclose(stream) == 0 && written;
-    stream = stdout;
-  }
-  if (written) return status;
-  std::fprintf(stderr, "trx_cli: the output could not be written: %s\n", std::strerror(errno));
-  return status != 0 ? status : 1;
+  return status;
 }
 
 int runOnce(const Arguments &arguments) {
@@ -113,11 +121,11 @@ int runInteractive() {
 }
 
 int run(Arguments arguments) {
-  stream = stdout;
   g_oneBaseMode = TRX_Adapter_GetOneBaseMode();
   if (auto status = takeAdapterId(arguments)) return *status;
   if (auto status = redirectOutput(arguments)) return *status;
   useCommandTables();
+  if (answeredAtOnce(arguments)) return 0;
 
   TRX_Init();
   gNumAdaptersFound = TRX_Adapter_GetCount();
@@ -132,4 +140,10 @@ int run(Arguments arguments) {
 }  // namespace
 }  // namespace trx
 
-int main(int argc, char **argv) { return trx::run({argc, argv}); }
+int main(int argc, char **argv) {
+  trx::occupyStandardDescriptors();
+  trx::watchOutput();
+  int status = trx::run({argc, argv});
+  // Output that could not be written turns success into failure.
+  return trx::closeOutput() || status != 0 ? status : 1;
+}

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Public/common.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstring>
@@ -10,6 +12,7 @@
 namespace trx {
 
 std::FILE *stream = stdout;
+int streamDescriptor = STDOUT_FILENO;
 uint8_t gCurrentAdapter = 0;
 uint8_t gSpecificAdapterFlag = 0;
 uint8_t g_oneBaseMode = 0;

@@ -34,6 +34,7 @@ struct _cmd_struct {
 // The state of this run. The entry routine sets it; `adapter` changes gCurrentAdapter, `--debug`
 // dbg_enable.
 extern std::FILE *stream;             ///< where commands write: standard output or the -output file
+extern int streamDescriptor;          ///< the descriptor behind it
 extern uint8_t gCurrentAdapter;       ///< zero-based index of the adapter that commands act on
 extern uint8_t gSpecificAdapterFlag;  ///< 1 when an adapter ID was given on the command line
 extern uint8_t g_oneBaseMode;         ///< 1 when users count adapters, disks and volumes from 1

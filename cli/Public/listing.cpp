@@ -36,7 +36,7 @@ bool steersTerminal(uint8_t byte) {
   return (byte < 0x20 && byte != '\n' && byte != '\t') || (byte >= 0x7F && byte < 0xA0);
 }
 
-bool writesToTerminal() { return isatty(fileno(stream)) == 1; }
+bool writesToTerminal() { return isatty(streamDescriptor) == 1; }
 
 }  // namespace
 

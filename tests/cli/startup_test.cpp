@@ -82,6 +82,54 @@ TEST(Startup, RedirectsOutput) {
   EXPECT_THAT(full.err, HasSubstr("could not be written: No space left on device"));
 }
 
+TEST(Startup, TellsOfOutputThatCannotBeWritten) {
+  SimHost host;
+  const std::string full = "No space left on device\n", closed = "Bad file descriptor\n";
+  const std::string file = host.directory() / "out.txt";
+  const struct {
+    std::string line;
+    std::string reason;  ///< empty: nothing was lost
+  } rows[] = {
+      {"$cli version >/dev/full", full},
+      {"$cli </dev/null >/dev/full", full},
+      {"$cli 9 version >/dev/full", full},
+      {"$cli 4294967295 >/dev/full", full},
+      {"$cli info -o pd | head -c 1 >/dev/null", ""},
+      {"$cli info -o vd -output " + file + " >/dev/full", ""},
+      {"$cli vpdread -o 0 -l 4 -output " + file + " >/dev/full",
+       full},  // some of its lines go there all the same
+      {"$cli version -output /dev/full", full},
+      {"$cli help -output /dev/full", full},
+      {"$cli version >&-", closed},
+      {"$cli version -output " + file + " >&-", ""},
+      {"$cli log -a show --outputfile=" + file + " >&- 2>/dev/null; test ! -s " + file, ""},
+  };
+  for (const auto &row : rows) {
+    std::filesystem::remove(file);
+    Outcome outcome = runProgram(host.runWords({"sh", "-c", "cli=" TRX_CLI_PATH "; " + row.line}));
+    EXPECT_EQ(outcome.status, row.reason.empty() ? 0 : 1) << row.line;
+    std::string told = row.reason.empty() ? "" : "trx_cli: the output could not be written: " + row.reason;
+    EXPECT_EQ(outcome.err, told) << row.line;
+  }
+  SimHost none("unsupported");
+  EXPECT_EQ(runProgram(none.runWords({"sh", "-c", TRX_CLI_PATH " info >/dev/full"})).status, 1);
+}
+
+TEST(Startup, AnswersSomeWordsWithoutAController) {
+  SimHost host;
+  const char *versions = "CLI Version: 1.0.0.1035\nAPI Version: 1.0.0.1035\n";
+  EXPECT_EQ(host.cli({"--version"}).out, versions);
+  EXPECT_EQ(host.cli({"1", "--version"}).out, versions);
+  for (const char *word : {"--help", "-h"}) {
+    Outcome outcome = host.cli({word});
+    EXPECT_THAT(outcome.out, StartsWith("\nLegend: "));
+    EXPECT_EQ(outcome.status, 0);
+  }
+  EXPECT_THAT(host.traffic(), IsEmpty());
+  EXPECT_EQ(host.cli({"--vers"}).status, 1) << "whole words only";
+  EXPECT_THAT(host.cli({"--d"}).out, StartsWith("Set debug mode"));
+}
+
 TEST(Startup, WithoutAdaptersOnlyHelpAndVersionRun) {
   SimHost unsupported("unsupported");
   const std::string none = "No NVMe Controller is found.\n";

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Functions/help/help.h"
+
 #include <cstring>
 
 #include "Functions/commandTables.h"
@@ -51,15 +53,6 @@ Examples:
     trx_cli 1 info -o pd
 )";
 
-void printOverview() {
-  std::fputs(short_help, stream);
-  for (uint16_t i = 0; i < cmdTableSize; ++i) {
-    std::fprintf(stream, "%-*s %s\n", 18, pCmdTable[i].cmd, pCmdTable[i].cmdShortHelp);
-  }
-  std::fputs(non_shell_help, stream);
-  std::fputc('\n', stream);
-}
-
 void printTopic(const char *word) {
   // Whole words in their own case only: neither abbreviations nor hidden commands have a page.
   for (uint16_t i = 0; i < cmdTableSize; ++i) {
@@ -69,6 +62,15 @@ void printTopic(const char *word) {
 }
 
 }  // namespace
+
+void printOverview() {
+  std::fputs(short_help, stream);
+  for (uint16_t i = 0; i < cmdTableSize; ++i) {
+    std::fprintf(stream, "%-*s %s\n", 18, pCmdTable[i].cmd, pCmdTable[i].cmdShortHelp);
+  }
+  std::fputs(non_shell_help, stream);
+  std::fputc('\n', stream);
+}
 
 constexpr OptionList help_options = {0, nullptr, generalCommandWord};
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/handlers.h"
+#include "Functions/help/help.h"
 #include "Public/options.h"
 #include "trx/trx_api.h"
 
@@ -26,6 +27,10 @@ constexpr OptionRow<Options> kOptions[] = {{nullptr, 'i', Argument::Required, nu
 
 }  // namespace
 
+void printVersions() {
+  std::fprintf(stream, "CLI Version: %s\nAPI Version: %s\n", CLI_VERSION, TRX_Get_Version());
+}
+
 constexpr OptionList version_options = optionList<kOptions>();
 
 int32_t doVersion(int argc, char **argv, const Command_Info *row) {
@@ -34,7 +39,7 @@ int32_t doVersion(int argc, char **argv, const Command_Info *row) {
   if (end == Parsed::Help) return 0;
   if (end != Parsed::Complete) return 1;
   std::fprintf(stream, "Support Firmware Version: 1.0.%d.1029 above\n", 0);
-  std::fprintf(stream, "CLI Version: %s\nAPI Version: %s\n", CLI_VERSION, TRX_Get_Version());
+  printVersions();
   return 0;
 }
 

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef TRX_CLI_HELP_H
+#define TRX_CLI_HELP_H
+
+namespace trx {
+
+/// All listed commands in brief, as `help` shows them.
+void printOverview();
+
+/// The lines "CLI Version: %s\nAPI Version: %s\n".
+void printVersions();
+
+}  // namespace trx
+
+#endif  // TRX_CLI_HELP_H
