@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Public/files.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -21,12 +23,20 @@ std::string withoutQuotes(const std::string &path) {
   return bare.data();
 }
 
-bool isRegular(std::FILE *file) {
+/// Open a regular file for reading. A pipe is not waited for, as open(2) would until somebody writes.
+/// @param[out] reason why there is none
+std::FILE *openForReading(const char *path, std::string &reason) {
+  int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   struct stat facts;
-  if (fstat(fileno(file), &facts) != 0) return false;
-  if (S_ISREG(facts.st_mode)) return true;
-  errno = S_ISDIR(facts.st_mode) ? EISDIR : EINVAL;
-  return false;
+  if (descriptor < 0 || fstat(descriptor, &facts) != 0) {
+    reason = std::strerror(errno);
+  } else if (!S_ISREG(facts.st_mode)) {
+    reason = S_ISDIR(facts.st_mode) ? std::strerror(EISDIR) : "Not a regular file";
+  } else {
+    return fdopen(descriptor, "rb");
+  }
+  if (descriptor >= 0) close(descriptor);
+  return nullptr;
 }
 
 }  // namespace
@@ -38,20 +48,18 @@ std::string pathArgument(const char *text) {
 
 int CommandFile::open_file(const std::string &path, const char *mode) {
   path_ = withoutQuotes(path);
-  file_.reset(std::fopen(path_.c_str(), mode));
-  if (!file_) return 1;
-  if (*mode == 'r' && !isRegular(file_.get())) {
-    int reason = errno;
-    file_.reset();
-    errno = reason;
-    return 1;
+  if (*mode == 'r') {
+    file_.reset(openForReading(path_.c_str(), reason_));
+  } else {
+    file_.reset(std::fopen(path_.c_str(), mode));
+    if (!file_) reason_ = std::strerror(errno);
   }
-  return 0;
+  return file_ ? 0 : 1;
 }
 
 bool CommandFile::openOrComplain(const std::string &path, const char *mode) {
   if (open_file(path, mode) == 0) return true;
-  return complain("Unable to open file '%s': %s\n", path_.c_str(), std::strerror(errno));
+  return complain("Unable to open file '%s': %s\n", path_.c_str(), reason_.c_str());
 }
 
 size_t CommandFile::get_file_length() {
@@ -64,6 +72,7 @@ size_t CommandFile::read_file(void *buffer, size_t bytes) {
 }
 
 bool CommandFile::write_file(const void *buffer, size_t bytes) {
+  if (bytes == 0) return isOpen();  // there may be no buffer then
   return file_ && (std::fwrite(buffer, 1, bytes, file_.get()) == bytes || complainWrite());
 }
 

@@ -17,14 +17,18 @@ std::string pathArgument(const char *text);
 class CommandFile {
  public:
   /// Open through the quote-stripping copy of the path. What is open is closed first.
-  /// Only a regular file is opened for reading: a directory or a pipe has no length.
-  /// @return 0, or 1 with errno set
+  /// Only a regular file is opened for reading: a directory, a pipe or a device has no length.
+  /// @return 0, or 1, and `reason` tells why
   int open_file(const std::string &path, const char *mode);
 
   /// open_file; prints "Unable to open file '%s': %s\n" on `stream` when that fails.
   bool openOrComplain(const std::string &path, const char *mode);
 
   bool isOpen() const { return file_ != nullptr; }
+
+  /// The path that was opened last, without its quotes, and why it could not be.
+  const std::string &path() const { return path_; }
+  const std::string &reason() const { return reason_; }
 
   /// Bytes in the file; 0 when none is open.
   size_t get_file_length();
@@ -45,7 +49,7 @@ class CommandFile {
     void operator()(std::FILE *file) const { std::fclose(file); }
   };
   std::unique_ptr<std::FILE, Close> file_;
-  std::string path_;
+  std::string path_, reason_;
 };
 
 }  // namespace trx

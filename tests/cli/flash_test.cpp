@@ -115,16 +115,26 @@ TEST_F(Flash, UpdatesADisk) {
 
 TEST_F(Flash, SendsNothingOfAFileThatIsNoImage) {
   for (const char *name : {"empty", "huge"}) std::ofstream(session.host().directory() / name).close();
-  ASSERT_EQ(truncate((session.host().directory() / "huge").c_str(), off_t{1} << 32), 0);
+  // The first length of which the last page's place would not fit its dword.
+  ASSERT_EQ(truncate((session.host().directory() / "huge").c_str(), (off_t{1} << 32) - 4095), 0);
+  ASSERT_EQ(mkfifo((session.host().directory() / "pipe").c_str(), 0600), 0);
   const std::string refused = "start to flash NVMe Controller 0 firmware failed " INVALID_IMAGE "=> 1\n";
-  play(session, {{"flash -o pd -i 0 -s 1 -c 1 -f /none", "failed to open file /none\n=> 1\n"},
-                 {"flash -o pd -i 0 -s 1 -c 1 -f /", "failed to open file /\n=> 1\n"},
-                 {"flash -o pd -i 0 -s 1 -c 1 -f \"\"", "failed to open file \n=> 1\n"},
-                 {"flash -o pd -i 0 -s 1 -c 1 -f @empty", "file @empty is empty\n=> 1\n"},
-                 {"flash -o pd -i 0 -s 1 -c 1 -f @huge", "file @huge is too large\n=> 1\n"},
-                 {"flash -o hba -s 1 -c 1 -f @empty", "file @empty is empty\n" + refused},
-                 {"!image @large --size 33554432", ""},
-                 {"flash -o hba -s 1 -c 1 -f @large", refused}});
+  play(session,
+       {{"flash -o pd -i 0 -s 1 -c 1 -f /none",
+         "failed to open file /none\ntrx_cli: /none: No such file or directory\n=> 1\n"},
+        {"flash -o pd -i 0 -s 1 -c 1 -f /", "failed to open file /\ntrx_cli: /: Is a directory\n=> 1\n"},
+        {"flash -o pd -i 0 -s 1 -c 1 -f /dev/zero",
+         "failed to open file /dev/zero\ntrx_cli: /dev/zero: Not a regular file\n=> 1\n"},
+        {"flash -o pd -i 0 -s 1 -c 1 -f @pipe",
+         "failed to open file @pipe\ntrx_cli: @pipe: Not a regular file\n=> 1\n"},
+        {"flash -o pd -i 0 -s 1 -c 1 -f \"\"",
+         "failed to open file \ntrx_cli: : No such file or directory\n=> 1\n"},
+        {"flash -o pd -i 0 -s 1 -c 1 -f @empty", "file @empty is empty\n=> 1\n"},
+        {"flash -o pd -i 0 -s 1 -c 1 -f @huge", "file @huge is too large\n=> 1\n"},
+        {"flash -o hba -s 1 -c 1 -f @empty", "file @empty is empty\n" + refused},
+        {"flash -o hba -s 1 -c 1 -f @huge", "file @huge is too large\n" + refused},
+        {"!image @large --size 33554432", ""},
+        {"flash -o hba -s 1 -c 1 -f @large", refused}});
 }
 
 TEST_F(Flash, UpdatesTheController) {
@@ -147,6 +157,19 @@ TEST_F(Flash, UpdatesTheController) {
   EXPECT_EQ(controllerVersion(), "1.0.2.1031");
   play(session, {{"flash -o hba -s 1 -c 3 -f /nonexistent",
                   started + "Flash NVMe Controller 0 " REBOOT FAILED "=> 267\n< op=10 cdw10=19\n"}});
+}
+
+// The library takes quotes off the ends of a path: it must end up with the file that was checked.
+TEST_F(Flash, SendsTheFileThatWasChecked) {
+  std::filesystem::current_path(session.host().directory());
+  const std::string sent =
+      "=> 0\n< op=11 cdw10=3ff len=4096\n< op=11 cdw10=3ff cdw11=400 len=4096\n< op=10 cdw10=a\n";
+  for (const char *name : {"a'", "b''", "'c", "''"}) {
+    session.host().sim("image", {name, "--size", "8192"});
+    EXPECT_THAT(transcript(session, std::string("flash -o hba -s 2 -c 1 -f ") + name), EndsWith(sent))
+        << name;
+  }
+  for (const char *decoy : {"a", "b", "b'", "c", ""}) EXPECT_FALSE(std::filesystem::is_regular_file(decoy));
 }
 
 TEST_F(Flash, ActivatesARawImageBeforeTheCommit) {

@@ -103,6 +103,8 @@ TEST(SpiLog, ReadsPieces) {
   EXPECT_EQ(SpiLogPiece(bytesOf(payload.substr(0, 10))).text(), "a\n") << "no more than arrived";
   EXPECT_FALSE(SpiLogPiece(bytesOf(payload.substr(0, 10))).isWhole());
   EXPECT_FALSE(SpiLogPiece(bytesOf("\0\0\1\0\0\0\0\0"s)).isLast());
+  EXPECT_EQ(SpiLogPiece(bytesOf("\2\0\0\0\0\0\0\0\0\0"s), '\n').text(), " \0"s)
+      << "the line ended the piece before";
 }
 
 }  // namespace

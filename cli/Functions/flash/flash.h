@@ -19,7 +19,7 @@ inline bool activatesOnly(TRX_U8 commitAction) {
 }
 
 /// Open a firmware image. A file that cannot be opened, is empty, or is longer than the 32 bits that
-/// image lengths have is complained about on `stream`.
+/// image lengths have is complained about on `stream`; standard error has the reason.
 /// @return its length in bytes, never 0
 std::optional<TRX_U32> openImage(CommandFile &file, const std::string &path);
 
@@ -28,7 +28,7 @@ std::optional<TRX_U32> openImage(CommandFile &file, const std::string &path);
 /// @param adapter zero-based index
 /// @param type    0 plain image, 1 raw image
 /// @return 0; 1 for an image that will not do; else the status that ended the transfer
-int32_t updateAdapterFlash(int32_t adapter, std::string path, TRX_U8 fs, TRX_U8 ca, TRX_U8 type);
+int32_t updateAdapterFlash(int32_t adapter, const std::string &path, TRX_U8 fs, TRX_U8 ca, TRX_U8 type);
 
 /// Update the firmware of a disk behind a controller. A failed segment ends it without a commit.
 /// @param commit dword 10 of the Firmware Commit: BPID in bit 31, CA in bits 5:3, FS in bits 2:0

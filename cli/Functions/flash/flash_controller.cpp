@@ -17,11 +17,14 @@ void waitSecond() {
   std::this_thread::sleep_for(std::chrono::seconds(1));
 }
 
-bool checkFileSize(const std::string &path, TRX_U32 largest) {
-  CommandFile file;
+bool checkFileSize(CommandFile &file, const std::string &path, TRX_U32 largest) {
   std::optional<TRX_U32> length = openImage(file, path);
   return length && (largest == 0 || *length <= largest);
 }
+
+/// A path for the library, which takes single quotes off both ends. So that it opens the file that was
+/// checked, the name goes in quotes of its own, and one that begins with a quote behind its directory.
+std::string quoted(const std::string &path) { return (path.starts_with('\'') ? "'./" : "'") + path + "'"; }
 
 void complainInvalidImage(int32_t adapter) {
   complain(
@@ -87,15 +90,17 @@ TRX_U32 followTransfer(int32_t adapter, TRX_U8 index) {
 
 }  // namespace
 
-int32_t updateAdapterFlash(int32_t adapter, std::string path, TRX_U8 fs, TRX_U8 ca, TRX_U8 type) {
+int32_t updateAdapterFlash(int32_t adapter, const std::string &path, TRX_U8 fs, TRX_U8 ca, TRX_U8 type) {
   // No adapter has the last index, so an id past 8 bits does not come round to another adapter.
   auto index = static_cast<TRX_U8>(std::min(adapter, int32_t{UINT8_MAX}));
-  if (!activatesOnly(ca) && !checkFileSize(path, summaryOf(index).MaxFlashSize)) {
+  CommandFile image;
+  if (!activatesOnly(ca) && !checkFileSize(image, path, summaryOf(index).MaxFlashSize)) {
     complainInvalidImage(adapter);
     waitSecond();
     return 1;
   }
-  if (TRX_Adapter_Flash(index, path.data(), fs, ca, type) != 0) {
+  std::string checked = quoted(image.path());
+  if (TRX_Adapter_Flash(index, checked.data(), fs, ca, type) != 0) {
     // The poll below tells how it ended. This is meant.
     complainInvalidImage(adapter);
   } else {

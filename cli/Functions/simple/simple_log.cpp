@@ -80,6 +80,7 @@ int32_t show(CommandFile &file) {
   // 64 MiB, more than an SPI flash holds: a controller that never says "last" must not hold us.
   constexpr unsigned kMostPieces = 16384;
   ControllerReply reply;
+  char before = '\0';
   for (unsigned i = 0;; ++i) {
     if (i == kMostPieces) {
       std::fputs("SPI log does not end\n", stream);
@@ -90,13 +91,14 @@ int32_t show(CommandFile &file) {
       complainUnreadable();
       return static_cast<int32_t>(status);
     }
-    SpiLogPiece piece(std::span(reply.page().bytes).subspan(ControllerReply::kPayloadOffset));
+    SpiLogPiece piece(std::span(reply.page().bytes).subspan(ControllerReply::kPayloadOffset), before);
     if (!piece.isWhole()) {
       std::fprintf(stream, "Error SPI data length: %u\n", piece.length());
       return 1;
     }
     writeDeviceText({reinterpret_cast<const uint8_t *>(piece.text().data()), piece.text().size()});
     if (file.isOpen() && !file.write_file(piece.text().data(), piece.text().size())) return 1;
+    if (!piece.text().empty()) before = piece.text().back();
     if (i == 0 && piece.length() == 0) {
       std::fputs("No SPI log\n", stream);
       break;

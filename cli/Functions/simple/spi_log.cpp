@@ -6,7 +6,7 @@
 
 namespace trx {
 
-SpiLogPiece::SpiLogPiece(std::span<const TRX_U8> payload) {
+SpiLogPiece::SpiLogPiece(std::span<const TRX_U8> payload, char before) {
   constexpr size_t kTextOffset = offsetof(NVME_Debug_Dump_Request, data);
   if (payload.size() < kTextOffset) return;
   std::memcpy(&word_, payload.data(), sizeof word_);
@@ -14,8 +14,9 @@ SpiLogPiece::SpiLogPiece(std::span<const TRX_U8> payload) {
   room_ = text.size();
   text = text.first(std::min<size_t>(length(), room_));
   text_.assign(text.begin(), text.end());
-  for (size_t i = 1; i < text_.size(); ++i) {
-    if (text_[i] == '\0' && text_[i - 1] == '\n') text_[i] = ' ';
+  for (char &c : text_) {
+    if (c == '\0' && before == '\n') c = ' ';
+    before = c;
   }
 }
 

@@ -14,7 +14,8 @@ namespace trx {
 class SpiLogPiece {
  public:
   /// @param payload of the reply, from its length word on
-  explicit SpiLogPiece(std::span<const TRX_U8> payload);
+  /// @param before  the last character of the piece before this one
+  explicit SpiLogPiece(std::span<const TRX_U8> payload, char before = '\0');
 
   /// Bytes of text that the piece says it has; only the low half of the length word counts.
   TRX_U32 length() const { return word_ & 0xFFFF; }
@@ -25,7 +26,7 @@ class SpiLogPiece {
   /// Whether the controller has no more: the whole length word is 0.
   bool isLast() const { return word_ == 0; }
 
-  /// The text, as much of it as arrived. A NUL behind a line feed is a blank.
+  /// The text, as much of it as arrived. A NUL behind a line feed, also that of the piece before, is a blank.
   const std::string &text() const { return text_; }
 
  private:
