@@ -161,6 +161,7 @@ TEST_F(Flash, UpdatesTheController) {
 
 // The library takes quotes off the ends of a path: it must end up with the file that was checked.
 TEST_F(Flash, SendsTheFileThatWasChecked) {
+  const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(session.host().directory());
   const std::string sent =
       "=> 0\n< op=11 cdw10=3ff len=4096\n< op=11 cdw10=3ff cdw11=400 len=4096\n< op=10 cdw10=a\n";
@@ -170,6 +171,7 @@ TEST_F(Flash, SendsTheFileThatWasChecked) {
         << name;
   }
   for (const char *decoy : {"a", "b", "b'", "c", ""}) EXPECT_FALSE(std::filesystem::is_regular_file(decoy));
+  std::filesystem::current_path(before);
 }
 
 TEST_F(Flash, ActivatesARawImageBeforeTheCommit) {
