@@ -165,12 +165,12 @@ TEST_F(Flash, SendsTheFileThatWasChecked) {
   std::filesystem::current_path(session.host().directory());
   const std::string sent =
       "=> 0\n< op=11 cdw10=3ff len=4096\n< op=11 cdw10=3ff cdw11=400 len=4096\n< op=10 cdw10=a\n";
-  for (const char *name : {"a'", "b''", "'c", "''"}) {
+  for (const char *name : {"a'", "b''", "'c"}) {
     session.host().sim("image", {name, "--size", "8192"});
     EXPECT_THAT(transcript(session, std::string("flash -o hba -s 2 -c 1 -f ") + name), EndsWith(sent))
         << name;
   }
-  for (const char *decoy : {"a", "b", "b'", "c", ""}) EXPECT_FALSE(std::filesystem::is_regular_file(decoy));
+  for (const char *decoy : {"a", "b", "b'", "c"}) EXPECT_FALSE(std::filesystem::is_regular_file(decoy));
   std::filesystem::current_path(before);
 }
 
