@@ -34,7 +34,8 @@ std::optional<int> takeAdapterId(Arguments &arguments) {
     std::printf("Adapter ID %d is not exist\n", value);
     return 0;
   }
-  // Cut to 8 bits before it is compared with the adapters found: 256 is adapter 0. This is meant.
+  // Cut to 8 bits before it is compared with the adapters found: an adapter index has 8 bits, and 256 is
+  // adapter 0.
   gCurrentAdapter = static_cast<uint8_t>(zeroBased(value));
   gSpecificAdapterFlag = 1;
   --arguments.count;

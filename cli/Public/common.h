@@ -101,7 +101,7 @@ int32_t complainDuplicate();
 int32_t complainRequired(const char *command, char letter, int32_t result = 1);
 
 /// "This feature is not support JBOF.\n"
-/// @return the number of characters written, 34. This is meant.
+/// @return the number of characters written, 34; scripts know the status
 int32_t refuseJbof();
 
 }  // namespace trx

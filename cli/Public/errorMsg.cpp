@@ -13,7 +13,7 @@ struct EventText {
   const char *text;
 };
 
-// The slips in the wording, "disable" and "media Patrol", are meant to stay.
+// The slips in the wording, "disable" and "media Patrol", stay: scripts look for them.
 constexpr EventText kAdapterEvents[] = {
     {TRX_NVME_EVT_BGA_CHANGE, "Background activity rate changed to %d%%"},
     {TRX_NVME_EVT_AUTOREBUILD_OFF, "Auto-rebuild has been disable"},

@@ -120,7 +120,7 @@ int32_t takeLongArgument(const Call &call, const option &entry, char *equals, ch
       optarg = equals + 1;
       return 0;
     }
-    // The five tabs are meant: they set these two messages off from the command's own.
+    // The five tabs set these two messages off from the command's own.
     if (call.report && singleDash != '\0') {
       std::fprintf(stderr, "\t\t\t\t\t%s: option `%c%s' doesn't allow an argument\n", program, singleDash,
                    entry.name);

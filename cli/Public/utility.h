@@ -9,7 +9,7 @@
 
 namespace trx {
 
-/// Arguments: command word. The slips in the wording are meant to stay.
+/// Arguments: command word. The slips in the wording stay: scripts look for it.
 inline constexpr char OptionNotRequired[] = "%s: option rawfiles is only using for action: update\n";
 /// Arguments: command word, option letter.
 inline constexpr char OptionRequired[] = "%s: option -%c is required\n";

@@ -12,7 +12,7 @@ struct Options {
 constexpr OptionRow<Options> kOptions[] = {
     {"action", 'a', Argument::Required,
      [](Options &o, const char *text) {
-       // Any word but "disable" enables. This is meant.
+       // Any word but "disable" enables: who types this command wants to see something.
        o.enable = strcasecmp(text, "disable") != 0;
        return true;
      }},
@@ -22,7 +22,7 @@ constexpr OptionRow<Options> kOptions[] = {
 
 int32_t doDebug(int argc, char **argv, const Command_Info *row) {
   Options o;
-  // An unknown option does not stop it from being switched. This is meant.
+  // An unknown option does not stop it from being switched: the parser has told of it.
   if (parseOptions(argc, argv, row, kOptions, o) == Parsed::Help) return 0;
   dbg_enable = o.enable;
   std::fprintf(stream, "Set debug mode to %s\n", dbg_enable ? "enable" : "disable");

@@ -7,7 +7,7 @@
 
 namespace trx {
 
-// The slips in the text are meant to stay.
+// The slips in the text stay: manuals quote it.
 const char flash_help[] = R"(
 flash  -o <hba [-t type]|pd> [-i <ID>] -f <file> [-s <firmware slot>] [-c <commit action>] [-b <boot partition id>][-q firmware] [-h]
 
@@ -103,7 +103,7 @@ constexpr OptionRow<Options> kOptions[] = {
     {"bp_id", 'b', Argument::OptionalWhenLong, [](Options &o, const char *text) {
        return readBounded(o.bootPartition, text, 1) ||
               complain("-b : invalid boot partition id '%s'.\n", text); }},
-    // The help text calls it --query. This is meant.
+    // The help text calls it --query. Scripts have the name of this table.
     {"slot_info", 'q', oneOf<kQueries>(Argument::OptionalWhenLong), [](Options &o, const char *text) {
        ++o.slotInfo.count;
        return choose(o.slotInfo.value, text, kQueries) || complain("-q : invalid query '%s'\n", text); }},
@@ -131,7 +131,7 @@ bool isComplete(const char *command, const Options &o) {
     if (!given) complainRequired(command, letter);
     complete = complete && given;
   };
-  // Both have a default, and are demanded all the same. This is meant.
+  // Both have a default, and are demanded all the same: nobody writes firmware by leaving something out.
   demand(o.action.given(), 'c');
   if (!o.raw.given()) demand(o.slot.given(), 's');
   if (!activatesOnly(static_cast<TRX_U8>(o.action.value))) demand(o.file.given(), 'f');

@@ -45,7 +45,7 @@ void printRefusal(int32_t adapter, TRX_U32 result) {
                  "active.\n",
                  adapter);
   } else if (allSet(result, kProhibited)) {
-    // Never reached: its bits hold those of kNeedsReset. The order and the slip in the text are meant.
+    // Never reached: its bits hold those of kNeedsReset. The order and the slip in the text stay.
     std::fprintf(stream, "Flash NVMe Controller %d firmware failed(Firmware commit rohibited)\n", adapter);
   } else {
     std::fprintf(stream, "Flash NVMe Controller %d firmware failed (error code: %d)\n", adapter,
@@ -70,7 +70,7 @@ TRX_U32 followTransfer(int32_t adapter, TRX_U8 index) {
       return progress.result;
     }
     if (progress.status == 0) {
-      // Lower case, unlike the line of a commit that asks for a reset. This is meant.
+      // Lower case, unlike the line of a commit that asks for a reset: that is how scripts tell them apart.
       std::fprintf(
           stream,
           "flash NVMe Controller %d firmware success, please shutdown and boot again to make firmware "
@@ -101,7 +101,7 @@ int32_t updateAdapterFlash(int32_t adapter, const std::string &path, TRX_U8 fs, 
   }
   std::string checked = quoted(image.path());
   if (TRX_Adapter_Flash(index, checked.data(), fs, ca, type) != 0) {
-    // The poll below tells how it ended. This is meant.
+    // No return: the poll below tells how it ended.
     complainInvalidImage(adapter);
   } else {
     std::fprintf(stream, "start to flash NVMe Controller %d firmware\n", adapter);

@@ -28,8 +28,7 @@ ControllerRequest segmentRequest(TRX_U32 disk, TRX_U32 segment) {
 
 int32_t commitImage(TRX_U8 adapter, TRX_U32 disk, TRX_U32 commit) {
   TRX_U32 status = commitRequest(disk, commit).send(adapter);
-  // Whatever the status: the line stands for the end of the transfer, the result tells the rest. This
-  // is meant.
+  // Whatever the status: the line stands for the end of the transfer, the result tells the rest.
   std::fprintf(stream,
                "Flash NVMe Controller %d disk %u firmware success, please shutdown and boot again to make "
                "firmware active.\n",

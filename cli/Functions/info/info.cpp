@@ -46,7 +46,7 @@ Words featureWords(const NVME_Adapter_Info &info) {
 }
 
 const char *cacheWord(TRX_U8 cache) {
-  // The blanks behind the words are meant.
+  // The blanks behind the words stay: scripts compare the whole line.
   return cache == 0 ? "Off " : cache == 1 ? "On " : "Unknown";
 }
 
@@ -228,7 +228,7 @@ void HD_PrintInfo(const NVME_PD_Info &disk, bool raidMode) {
   listing.row("PD ID:", "id", userCounting(disk.ID));
   listing.row("Model:", "model", skipBlanks(deviceText(disk.Model), kModelBlanks));
   listing.row("Serial:", "serial", skipBlanks(deviceText(disk.SerialNo)));
-  // A disk has no stripe; the line is fed from its sector size. This is meant.
+  // A disk has no stripe; the line is fed from its sector size, which scripts know.
   listing.row("Stripe Block Size:", "stripeBlockSize", stripeWord(disk.SectorSize));
   listing.row("LBA:", "lba", static_cast<int64_t>(disk.LBA.value));
   listing.row("Size:", "size", Gibibytes{disk.SectorSize * disk.LBA.value});
@@ -252,7 +252,7 @@ void LD_PrintInfo(const NVME_VD_Info &volume) {
   listing.row("Status:", "status", volumeStatusWord(volume.Status));
   listing.row("Importable:", "importable", YesNo{volume.Importable == 1});
   listing.row("RAID Mode:", "raidMode", RaidModeStr(volume.RaidMode));
-  // Lower case, unlike the other blocks. This is meant.
+  // Lower case, unlike the other blocks; scripts know the label.
   listing.row("size:", "size", Gibibytes{volume.SectorSize * volume.LBA.value});
   listing.row("PD Count:", "pdCount", volume.MemberCount);
   listing.row("PDs:", "pds", memberWords(volume));

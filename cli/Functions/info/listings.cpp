@@ -83,7 +83,7 @@ void getAdapterInfoSA(TRX_U8 id) {
     if (printAdapter(i)) {
       std::fputc('\n', stream);
     } else {
-      // Zero-based also for those who count from 1. This is meant.
+      // Zero-based also for those who count from 1; scripts know the line.
       std::fprintf(stream, "\nUnable to get info of NVMe Controller %d\n", i);
     }
   }

@@ -14,7 +14,7 @@
 
 namespace trx {
 
-// The slips in the text, "--req" among them, are meant to stay.
+// The slips in the text, "--req" among them, stay: manuals quote it.
 const char passthru_help[] = R"(
 passthru -r <read | write> -i <SSD adapter id>
          [-o <opcode>]
@@ -85,7 +85,7 @@ struct Options {
   bool showCommand = false;
 
   std::vector<Page> pages;  ///< for the data
-  CommandFile file;         ///< one for both file options: the later replaces the earlier. This is meant.
+  CommandFile file;         ///< one for both file options: the later replaces the earlier
 };
 
 constexpr Word<CommandSet> kCommandSets[] = {{"admin", CommandSet::Admin}, {"nvm", CommandSet::Nvm}};
@@ -196,7 +196,7 @@ ControllerRequest passthruRequest(const Options &o) {
 }
 
 /// The record's dwords; in place of the data pointer of an NVMe command, in 7 and 9, stand the address
-/// and the length of the host's buffer. This is meant.
+/// and the length of the host's buffer: the record itself has no pointer, the driver sets its own.
 void showCommandFormat(const ControllerRequest &request, std::span<const uint8_t> data) {
   std::fputs("[Command Format]\n", stream);
   for (unsigned i = 0; i < 16; ++i) {
@@ -236,7 +236,7 @@ bool deliver(Options &o, std::span<const uint8_t> data) {
 
 int32_t readFromDisk(Options &o, const ControllerRequest &request, std::span<uint8_t> data) {
   // The transfer has 16 bits of length. What was asked for beyond stays zero, and is shown and saved
-  // with the rest, so that a file has the length that was given. This is meant.
+  // with the rest, so that a file has the length that was given.
   auto length = static_cast<TRX_U16>(data.size());
   TRX_U32 status =
       TRX_Adapter_PassthruAdmin(gCurrentAdapter, &request.record(), nullptr, 0, data.data(), length);
@@ -263,7 +263,7 @@ int32_t doPassthru(int argc, char **argv, const Command_Info *row) {
     return 0;
   }
   if (!o.id.given()) return complainRequired(argv[0], 'i', 0);
-  // Also when only -o is missing. This is meant.
+  // Also when only -o is missing: scripts know the line.
   if (!o.request.given() || !o.opcode.given()) return complainRequired(argv[0], 'r', 0);
 
   std::span<uint8_t> data(reinterpret_cast<uint8_t *>(o.pages.data()), o.dataLength.value);

@@ -26,7 +26,7 @@ constexpr int kMostPolls = 100;
 // Bits 31:28 of the completion register; its sign bit tells a time-out.
 enum : TRX_U32 { kUnsupportedRequest = 1, kRetryStatus = 2, kCompleterAbort = 4 };
 
-// Fails without a line break. This is meant.
+// Without a line break: the message of the next step follows on the same line.
 bool fail(const char *text) { return complain("%s", text); }
 
 }  // namespace

@@ -100,7 +100,7 @@ constexpr OptionRow<Options> kVolumeRow{"vd_id", 'i', Argument::Required, [](Opt
   return o.vd.take(zeroBasedId16(text)) || complain("-i : invalid vd id '%s'.\n", text); }};
 constexpr OptionRow<Options> kDiskRow{"pd_id", 'd', Argument::Required, [](Options &o, const char *text) {
   if (o.pd.take(zeroBasedId16(text))) return true;
-  // An id below the first one is laid to -i. This is meant.
+  // An id below the first one is laid to -i; scripts know the line.
   bool belowFirst = zeroBased(decimal(text).value_or(g_oneBaseMode)) < 0;
   return complain(belowFirst ? "-i : invalid pd id '%s'.\n" : "-d : invalid pd id '%s'.\n", text); }};
 // clang-format on
@@ -124,7 +124,7 @@ int32_t control(const Activity &activity, int argc, char **argv, const Command_I
                                    : readOptions(argc, argv, row, kOptions, o, 0)) {
     return *end;
   }
-  // A repeated -d is not refused: the last one wins. This is meant.
+  // A repeated -d is not refused: the last one wins, so that a script can append its own.
   if (anyRepeated(o.action, o.vd)) return complainDuplicate();
   if (!o.vd.given()) return complainRequired(argv[0], 'i', 0);
   bool stop = o.action.value == Action::Stop;

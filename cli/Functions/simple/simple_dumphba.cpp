@@ -84,7 +84,7 @@ int32_t doSDUMPHBA(int argc, char **argv, const Command_Info *row) {
   TRX_U32 status =
       ControllerRequest::function(0xE0, 0x0F).set(10, 0x3FF).trace().fetch(gCurrentAdapter, data);
   if (status != 0) {
-    // Zero-based also for those who count from 1. This is meant.
+    // Zero-based also for those who count from 1; scripts know the line.
     std::fprintf(stream, "\nUnable to dump NVMe Controller info from NVMe Controller %d\n", gCurrentAdapter);
     return static_cast<int32_t>(status);
   }

@@ -33,7 +33,7 @@ struct Options {
   size_t count = 0;  ///< 0: all
 };
 
-// A repeated -c is not refused: the last one wins. This is meant.
+// A repeated -c is not refused: the last one wins, so that a script can append its own.
 constexpr OptionRow<Options> kOptions[] = {
     {"count", 'c', Argument::OptionalWhenLong,
      [](Options &o, const char *text) {
@@ -68,7 +68,8 @@ int32_t getPageEventSA(size_t count) {
     }
     readJournal(std::span(reply.page().bytes).subspan(kTextOffset), events);
   }
-  // The two closing lines go to standard output even when the events go to a file. This is meant.
+  // The two closing lines go to standard output even when the events go to a file: they are for who started
+  // it.
   if (events.empty()) {
     std::printf("No events\n");
     return static_cast<int32_t>(status);

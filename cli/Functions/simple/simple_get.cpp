@@ -55,7 +55,7 @@ constexpr OptionRow<Options> kOptions[] = {
 // clang-format on
 
 int32_t complainUnable(int32_t adapter, int32_t result) {
-  // Zero-based also for those who count from 1, and 255 for all. This is meant.
+  // Zero-based also for those who count from 1, and 255 for all: scripts know the line.
   std::fprintf(stream, "\nUnable to get configuration of NVMe Controller %d\n", adapter);
   return result;
 }

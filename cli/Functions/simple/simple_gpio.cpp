@@ -73,7 +73,7 @@ bool onlyPins(const Options &o) {
   uint32_t functionSwitch = o.functionSwitch.value, level = o.level.value, value = o.value.value;
   if (functionSwitch & ~kPins) return complain("Func-switch value is not correct: 0x%08x\n", functionSwitch);
   if (level & ~kPins) return complain("Level value is not correct: 0x%08x\n", level);
-  // "Default" stands for the value here. This is meant.
+  // "Default" stands for the value here; scripts know the line.
   if (value & ~kPins) return complain("Default value is not correct: 0x%08x\n", value);
   return true;
 }
@@ -86,7 +86,7 @@ int32_t doSGPIO(int argc, char **argv, const Command_Info *row) {
   Options o;
   if (auto result = readOptions(argc, argv, row, kOptions, o, 0, ParserErrorHelp::Yes)) return *result;
   if (anyRepeated(o.functionSwitch, o.level, o.value, o.setDefault)) return complainDuplicate();
-  // A trace that was left behind. This is meant.
+  // A trace that was left behind and that scripts have learnt to skip.
   std::fprintf(stream, "result: %d\n", static_cast<int32_t>(o.functionSwitch.value & ~kPins));
   if (!onlyPins(o)) return 0;
   return sendAndTell(gpioRequest(o), {"GPIO setting success.\n", "GPIO setting failed.\n"});

@@ -31,7 +31,7 @@ constexpr OptionRow<Options> kOptions[] = {
     // The id travels in 16 bits of dword 12.
     {"id", 'i', Argument::Required, [](Options &o, const char *text) {
        return o.id.take(hexOrDecimalUpTo(0xFFFF, text)) || complain("-i : invalid device id '%s'\n", text); }},
-    // Letters of a test that is gone; they get the help. This is meant.
+    // Letters of a test that is gone; they get the help, so that old scripts are told.
     {nullptr, 't', Argument::Required, nullptr},
     {nullptr, 'a', Argument::Required, nullptr},
 };

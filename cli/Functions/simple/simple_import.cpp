@@ -34,7 +34,7 @@ struct Options {
 bool readAdapter(Options &o, const char *text) {
   std::optional<int32_t> id = zeroBasedId(text);
   if (!id) return complain("-i : invalid NVMe Controller id '%s'\n", text);
-  // Zero-based also for those who count from 1. This is meant.
+  // Zero-based also for those who count from 1; scripts know the line.
   if (*id >= gNumAdaptersFound) return complain("NVMe Controller %d does not exist.\n", *id);
   return o.adapter.set(static_cast<TRX_U8>(*id));
 }

@@ -76,7 +76,7 @@ constexpr OptionRow<Options> kOptions[] = {
     {"type", 't', oneOf<kViews>(), [](Options &o, const char *text) {
        ++o.view.count;
        return choose(o.view.value, text, kViews) || complain("-t : invalid type '%s'\n", text); }},
-    // The help text calls it --vd_id. This is meant.
+    // The help text calls it --vd_id. Scripts have the name of this table.
     {"vdid", 'v', Argument::Required, [](Options &o, const char *text) {
        return readNumber(o.vd, text, "-v : VD id should be a number\n"); }},
 };
@@ -87,7 +87,8 @@ int64_t objectId(const Options &o) {
   if (!o.id.given()) return o.object.value == Object::Hba && gSpecificAdapterFlag ? gCurrentAdapter : kAllIds;
   if (o.object.value == Object::Ns) return o.id.value;
   int64_t id = zeroBased(o.id.value);
-  // It complains and goes on with the id cut to its width. This is meant.
+  // It complains and goes on with the id cut to its width: the listing then says that there is no such
+  // object.
   if (id < 0) std::fputs("-i : id should be a number\n", stream);
   return id;
 }

@@ -51,7 +51,7 @@ struct Options {
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
-       // "-m" is meant.
+       // "-m" stays: scripts know the line.
        return choose(o.object, text, kObjects) || complain("-m : invalid object '%s'.\n", text); }},
     {"id", 'i', Argument::Required, [](Options &o, const char *text) {
        return o.id.take(zeroBasedId16(text)) || complain("-i : invalid id '%s'\n", text); }},

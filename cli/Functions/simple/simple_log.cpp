@@ -56,7 +56,7 @@ ControllerRequest logState() { return ControllerRequest::function(0xFE, 2).set(1
 ControllerRequest logPiece() { return ControllerRequest::function(0xFE, 0).set(10, 0x3FF); }
 
 void complainUnreadable() {
-  // Zero-based also for those who count from 1. This is meant.
+  // Zero-based also for those who count from 1; scripts know the line.
   std::fprintf(stream, "\nUnable to get SPI log from NVMe Controller %d\n", gCurrentAdapter);
 }
 
@@ -72,7 +72,7 @@ TRX_U32 getStatus() {
 }
 
 int32_t show(CommandFile &file) {
-  // A state that could not be read is no reason not to try the log. This is meant.
+  // A state that could not be read is no reason not to try the log.
   if (getStatus() == 0) {
     complainUnreadable();
     return 1;

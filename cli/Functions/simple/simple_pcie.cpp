@@ -62,7 +62,7 @@ class DeviceRegisters : public RegisterAccess {
   TRX_U16 pcieId_;
 };
 
-// The lines end with a carriage return behind the line feed. This is meant.
+// The lines end with a carriage return behind the line feed; scripts know them so.
 
 void printLink(TRX_U32 linkStatus) {
   switch (linkStatus >> 16 & 0xF) {

@@ -51,7 +51,7 @@ constexpr OptionRow<Options> kOptions[] = {
     {"id", 'i', Argument::Required, [](Options &o, const char *text) {
        return o.id.take(hexOrDecimalUpTo(0xFFFF, text)) || complain("-i : invalid PCIe ID '%s'\n", text); }},
     {"data", 'd', Argument::Required, [](Options &o, const char *text) {
-       // The size of a pointer, not of the text. This is meant.
+       // The size of a pointer, not of the text: a trace that scripts have learnt to skip.
        std::fprintf(stream, "size of optarg: %d\n", 8);
        return o.data.take(hexOrDecimalUpTo(UINT32_MAX, text)) || complain("-d : invalid data '%s'\n", text); }},
     {"address", 'a', Argument::Required, [](Options &o, const char *text) {
@@ -62,7 +62,7 @@ constexpr OptionRow<Options> kOptions[] = {
 int32_t readRegister(TRX_U16 id, TRX_U32 address) {
   Page data;
   TRX_U32 status = registerRead(id, address).trace().fetch(gCurrentAdapter, data, kRegisterBytes);
-  // Also the bytes of a failed read. This is meant.
+  // Also the bytes of a failed read: what is left of them may tell why.
   for (unsigned i = 0; i < kRegisterBytes; ++i) std::fprintf(stream, "0x%02x ", data.bytes[i]);
   if (status != 0) {
     std::fputs("Read register failed.\n", stream);

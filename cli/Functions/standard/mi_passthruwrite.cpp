@@ -29,7 +29,7 @@ constexpr TRX_U32 kWritableBytes = 256;
 constexpr OptionRow<MiOptions> kOptions[] = {
     kMiOffset,
     kMiLength,
-    // An input file, although the long name says output. This is meant.
+    // An input file, although the long name says output: the MI commands share the name.
     {"outputfile", 'f', Argument::Required,
      [](MiOptions &o, const char *text) {
        return o.file.set(true) && o.data.openOrComplain(pathArgument(text), "r");
