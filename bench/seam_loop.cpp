@@ -12,8 +12,8 @@
 #include <memory>
 #include <vector>
 
+#include "device/vmware/native/user/nvme_driver.h"
 #include "device/vmware/native/user/vmkmgmt.h"
-#include "trx/trx_records.h"
 
 namespace {
 

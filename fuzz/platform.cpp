@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstring>
 
+#include "device/vmware/native/user/nvme_driver.h"
 #include "device/vmware/native/user/vmkmgmt.h"
 #include "trx/trx_product.h"
 #include "trx/trx_records.h"

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "model/state_file.h"
+#include "nvme_driver.h"
 
 namespace sim {
 

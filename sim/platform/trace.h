@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "controller/command.h"
+#include "nvme_driver.h"
 
 namespace sim {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <span>
 
-#include "trx/trx_records.h"
+#include "nvme_driver.h"
 
 namespace sim {
 

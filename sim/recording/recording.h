@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "host/files.h"
-#include "trx/trx_records.h"
+#include "nvme_driver.h"
 
 namespace sim {
 

@@ -16,6 +16,7 @@
 
 #include "host/directory.h"
 #include "host/files.h"
+#include "nvme_driver.h"
 #include "topology/topology.h"
 #include "trx/trx_records.h"
 #include "vmkmgmt.h"

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "trx/trx_records.h"
+#include "device/vmware/native/user/nvme_driver.h"
 
 using Bytes = std::vector<uint8_t>;
 

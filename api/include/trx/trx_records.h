@@ -1,12 +1,11 @@
 /* SPDX-License-Identifier: GPL-3.0-or-later */
 /**
  * @file trx_records.h
- * Every record that crosses a wire: between host and controller firmware, and between this library
- * and the management interface of the platform's NVMe driver.
+ * Every record that crosses the wire between host and controller firmware.
  *
  * All records are packed and little-endian. Under each record stand its size and the offset of each
- * of its fields, checked by the compiler. Reserved bytes are sent as zero. Ids are zero-based here,
- * whatever a user types. Usable from C11 and from C++.
+ * of its fields but bit-fields, which have none, checked by the compiler. Reserved bytes are sent as zero.
+ * Ids are zero-based here, whatever a user types. Usable from C11 and from C++.
  */
 #ifndef TRX_RECORDS_H
 #define TRX_RECORDS_H
@@ -45,6 +44,8 @@ typedef union TRX_U64 {
   } parts;
 } TRX_U64;
 TRX_SIZE_(TRX_U64, 8);
+TRX_AT_(TRX_U64, value, 0);
+TRX_AT_(TRX_U64, parts.low, 0);
 TRX_AT_(TRX_U64, parts.high, 4);
 
 /* ---- list requests ------------------------------------------------------------------------ */
@@ -287,6 +288,7 @@ typedef struct _NVME_PD_Info_Request {
   NVME_PD_Info pd_info[1];
 } NVME_PD_Info_Request;
 TRX_SIZE_(NVME_PD_Info_Request, 1144);
+TRX_AT_(NVME_PD_Info_Request, header, 0);
 TRX_AT_(NVME_PD_Info_Request, pd_info, 16);
 
 /* ---- virtual disks ------------------------------------------------------------------------ */
@@ -364,6 +366,7 @@ typedef struct _NVME_VD_Info_Request {
   NVME_VD_Info vd_info[1];
 } NVME_VD_Info_Request;
 TRX_SIZE_(NVME_VD_Info_Request, 192);
+TRX_AT_(NVME_VD_Info_Request, header, 0);
 TRX_AT_(NVME_VD_Info_Request, vd_info, 16);
 
 typedef struct _NVME_VD_Config {
@@ -382,6 +385,7 @@ typedef struct _NVME_VD_Config_Request {
   NVME_VD_Config vd_config[1];
 } NVME_VD_Config_Request;
 TRX_SIZE_(NVME_VD_Config_Request, 40);
+TRX_AT_(NVME_VD_Config_Request, header, 0);
 TRX_AT_(NVME_VD_Config_Request, vd_config, 16);
 
 /** Create a VD, or ask how large it would be. */
@@ -547,6 +551,7 @@ typedef struct _NVME_NS_Info_Request {
   NVME_NS_Info ns_info[1];
 } NVME_NS_Info_Request;
 TRX_SIZE_(NVME_NS_Info_Request, 24);
+TRX_AT_(NVME_NS_Info_Request, ns_info, 0);
 
 /* ---- background activities (BGA) ---------------------------------------------------------- */
 
@@ -596,6 +601,7 @@ typedef struct _NVME_BGA_REQUEST {
   NVME_BGA_Status data[1];
 } NVME_BGA_REQUEST;
 TRX_SIZE_(NVME_BGA_REQUEST, 24);
+TRX_AT_(NVME_BGA_REQUEST, header, 0);
 TRX_AT_(NVME_BGA_REQUEST, data, 16);
 
 /* ---- events and debug dump ---------------------------------------------------------------- */
@@ -713,6 +719,7 @@ TRX_SIZE_(NVME_Flash_Result, 12);
 TRX_AT_(NVME_Flash_Result, status, 0);
 TRX_AT_(NVME_Flash_Result, result, 4);
 TRX_AT_(NVME_Flash_Result, percentage, 8);
+TRX_AT_(NVME_Flash_Result, pad, 9);
 
 /** Firmware Slot Information log (NVMe base standard, log page 03h). */
 typedef struct _TRX_FIRMWARE_SLOT_INFO_LOG {
@@ -728,6 +735,7 @@ typedef struct _TRX_FIRMWARE_SLOT_INFO_LOG {
 } TRX_FIRMWARE_SLOT_INFO_LOG;
 TRX_SIZE_(TRX_FIRMWARE_SLOT_INFO_LOG, 512);
 TRX_AT_(TRX_FIRMWARE_SLOT_INFO_LOG, AFI, 0);
+TRX_AT_(TRX_FIRMWARE_SLOT_INFO_LOG, Reserved0, 1);
 TRX_AT_(TRX_FIRMWARE_SLOT_INFO_LOG, FRS, 8);
 TRX_AT_(TRX_FIRMWARE_SLOT_INFO_LOG, Reserved1, 64);
 
@@ -773,6 +781,8 @@ typedef struct _TRX_ID_CONTROLLER {
   TRX_U8 unread5[3072];
 } TRX_ID_CONTROLLER;
 TRX_SIZE_(TRX_ID_CONTROLLER, 4096);
+TRX_AT_(TRX_ID_CONTROLLER, VID, 0);
+TRX_AT_(TRX_ID_CONTROLLER, SSVID, 2);
 TRX_AT_(TRX_ID_CONTROLLER, SN, 4);
 TRX_AT_(TRX_ID_CONTROLLER, MN, 24);
 TRX_AT_(TRX_ID_CONTROLLER, FR, 64);
@@ -782,6 +792,7 @@ TRX_AT_(TRX_ID_CONTROLLER, CMIC, 76);
 TRX_AT_(TRX_ID_CONTROLLER, MDTS, 77);
 TRX_AT_(TRX_ID_CONTROLLER, CNTLID, 78);
 TRX_AT_(TRX_ID_CONTROLLER, VER, 80);
+TRX_AT_(TRX_ID_CONTROLLER, unread1, 84);
 TRX_AT_(TRX_ID_CONTROLLER, OACS, 256);
 TRX_AT_(TRX_ID_CONTROLLER, ACL, 258);
 TRX_AT_(TRX_ID_CONTROLLER, AERL, 259);
@@ -789,10 +800,14 @@ TRX_AT_(TRX_ID_CONTROLLER, FRMW, 260);
 TRX_AT_(TRX_ID_CONTROLLER, LPA, 261);
 TRX_AT_(TRX_ID_CONTROLLER, ELPE, 262);
 TRX_AT_(TRX_ID_CONTROLLER, NPSS, 263);
+TRX_AT_(TRX_ID_CONTROLLER, AVSCC, 264);
+TRX_AT_(TRX_ID_CONTROLLER, APSTA, 265);
 TRX_AT_(TRX_ID_CONTROLLER, WCTEMP, 266);
 TRX_AT_(TRX_ID_CONTROLLER, CCTEMP, 268);
+TRX_AT_(TRX_ID_CONTROLLER, unread2, 270);
 TRX_AT_(TRX_ID_CONTROLLER, TNVMCAP, 280);
 TRX_AT_(TRX_ID_CONTROLLER, UNVMCAP, 296);
+TRX_AT_(TRX_ID_CONTROLLER, unread3, 312);
 TRX_AT_(TRX_ID_CONTROLLER, SQES, 512);
 TRX_AT_(TRX_ID_CONTROLLER, CQES, 513);
 TRX_AT_(TRX_ID_CONTROLLER, MAXCMD, 514);
@@ -801,7 +816,9 @@ TRX_AT_(TRX_ID_CONTROLLER, ONCS, 520);
 TRX_AT_(TRX_ID_CONTROLLER, FUSES, 522);
 TRX_AT_(TRX_ID_CONTROLLER, FNA, 524);
 TRX_AT_(TRX_ID_CONTROLLER, VWC, 525);
+TRX_AT_(TRX_ID_CONTROLLER, unread4, 526);
 TRX_AT_(TRX_ID_CONTROLLER, SUBNQN, 768);
+TRX_AT_(TRX_ID_CONTROLLER, unread5, 1024);
 
 /* ---- vendor pass-through and pair-command envelopes --------------------------------------- */
 
@@ -811,6 +828,9 @@ enum {
   TRX_OPCODE_DISK_WRITE = 0xC3, /**< forward an admin command to a disk; data goes to it, or none */
   TRX_OPCODE_CONTROLLER = 0xE2  /**< a function of the controller, selected by CDW[12] */
 };
+
+/** Opcodes of the pair of commands that carries a vendor request: NVMESendData, then NVMEReceiveData. */
+enum { TRX_OPCODE_PAIR_SEND = 0xCB, TRX_OPCODE_PAIR_RECEIVE = 0xCE };
 
 /**
  * The vendor pass-through record. Dwords 0 to 15 are the outer command; bit i of `cdw_flag` says
@@ -864,145 +884,6 @@ TRX_AT_(NVMEReceiveData, sign, 0);
 TRX_AT_(NVMEReceiveData, cmd_status, 4);
 TRX_AT_(NVMEReceiveData, reserved, 5);
 TRX_AT_(NVMEReceiveData, data, 8);
-
-/* ---- management interface of the platform's NVMe driver ----------------------------------- */
-
-typedef struct nvme_admin_cmd {
-  TRX_U8 opcode;
-  TRX_U8 flags;
-  TRX_U16 rsvd1;
-  TRX_U32 nsid;
-  TRX_U32 cdw2;
-  TRX_U32 cdw3;
-  _TRX_U64 metadata; /**< buffer address */
-  _TRX_U64 addr;     /**< data buffer address */
-  TRX_U32 metadata_len;
-  TRX_U32 data_len;
-  TRX_U32 cdw10;
-  TRX_U32 cdw11;
-  TRX_U32 cdw12;
-  TRX_U32 cdw13;
-  TRX_U32 cdw14;
-  TRX_U32 cdw15;
-  TRX_U32 timeout_ms;
-  TRX_U32 result; /**< completion dword 0 on return */
-} nvme_admin_cmd;
-TRX_SIZE_(nvme_admin_cmd, 72);
-TRX_AT_(nvme_admin_cmd, nsid, 4);
-TRX_AT_(nvme_admin_cmd, cdw2, 8);
-TRX_AT_(nvme_admin_cmd, cdw3, 12);
-TRX_AT_(nvme_admin_cmd, metadata, 16);
-TRX_AT_(nvme_admin_cmd, addr, 24);
-TRX_AT_(nvme_admin_cmd, metadata_len, 32);
-TRX_AT_(nvme_admin_cmd, data_len, 36);
-TRX_AT_(nvme_admin_cmd, cdw10, 40);
-TRX_AT_(nvme_admin_cmd, cdw15, 60);
-TRX_AT_(nvme_admin_cmd, timeout_ms, 64);
-TRX_AT_(nvme_admin_cmd, result, 68);
-
-/** NVMe submission queue entry (NVMe base standard, common command format). */
-typedef struct nvme_cmd {
-  TRX_U8 opcode;
-  TRX_U8 flags; /**< FUSE in bits 1:0, PSDT in bits 7:6 */
-  TRX_U16 cid;
-  TRX_U32 nsid;
-  TRX_U32 cdw2;
-  TRX_U32 cdw3;
-  _TRX_U64 metadata;
-  _TRX_U64 prp1;
-  _TRX_U64 prp2;
-  TRX_U32 cdw10;
-  TRX_U32 cdw11;
-  TRX_U32 cdw12;
-  TRX_U32 cdw13;
-  TRX_U32 cdw14;
-  TRX_U32 cdw15;
-} nvme_cmd;
-TRX_SIZE_(nvme_cmd, 64);
-TRX_AT_(nvme_cmd, opcode, 0);
-TRX_AT_(nvme_cmd, flags, 1);
-TRX_AT_(nvme_cmd, cid, 2);
-TRX_AT_(nvme_cmd, nsid, 4);
-TRX_AT_(nvme_cmd, cdw2, 8);
-TRX_AT_(nvme_cmd, cdw3, 12);
-TRX_AT_(nvme_cmd, metadata, 16);
-TRX_AT_(nvme_cmd, prp1, 24);
-TRX_AT_(nvme_cmd, prp2, 32);
-TRX_AT_(nvme_cmd, cdw10, 40);
-TRX_AT_(nvme_cmd, cdw11, 44);
-TRX_AT_(nvme_cmd, cdw12, 48);
-TRX_AT_(nvme_cmd, cdw13, 52);
-TRX_AT_(nvme_cmd, cdw14, 56);
-TRX_AT_(nvme_cmd, cdw15, 60);
-
-/** NVMe completion queue entry (NVMe base standard). */
-typedef struct cq_entry {
-  TRX_U32 param; /**< dword 0, command specific */
-  TRX_U32 reserved;
-  TRX_U32 sqHdPtr : 16;
-  TRX_U32 sqID : 16;
-  TRX_U32 cmdID : 16;
-  TRX_U32 phaseTag : 1;
-  TRX_U32 SC : 8;  /**< status code */
-  TRX_U32 SCT : 3; /**< status code type */
-  TRX_U32 reserved2 : 2;
-  TRX_U32 more : 1;
-  TRX_U32 noRetry : 1;
-} cq_entry;
-TRX_SIZE_(cq_entry, 16);
-TRX_AT_(cq_entry, param, 0);
-TRX_AT_(cq_entry, reserved, 4);
-
-/** `usr_io::direction`. */
-enum { TRX_TO_CONTROLLER = 0, TRX_FROM_CONTROLLER = 1 };
-
-/** One command given to the driver, and its completion. */
-typedef struct usr_io {
-  nvme_cmd cmd;
-  cq_entry comp;
-  TRX_U8 namespaceID;
-  TRX_U8 direction; /**< TRX_TO_CONTROLLER or TRX_FROM_CONTROLLER */
-  TRX_U16 reserved;
-  TRX_U32 status; /**< the driver's status of the command */
-  TRX_U32 length; /**< data bytes */
-  TRX_U32 meta_length;
-  _TRX_U64 timeoutUs; /**< microseconds */
-  _TRX_U64 addr;      /**< data buffer */
-  _TRX_U64 meta_addr;
-} usr_io;
-TRX_SIZE_(usr_io, 120);
-TRX_AT_(usr_io, cmd, 0);
-TRX_AT_(usr_io, comp, 64);
-TRX_AT_(usr_io, namespaceID, 80);
-TRX_AT_(usr_io, direction, 81);
-TRX_AT_(usr_io, reserved, 82);
-TRX_AT_(usr_io, status, 84);
-TRX_AT_(usr_io, length, 88);
-TRX_AT_(usr_io, meta_length, 92);
-TRX_AT_(usr_io, timeoutUs, 96);
-TRX_AT_(usr_io, addr, 104);
-TRX_AT_(usr_io, meta_addr, 112);
-
-typedef struct nvmeAdapterInfo {
-  char name[32];      /**< such as "vmhba2" */
-  char signature[32]; /**< name of the adapter's management signature */
-  _TRX_U64 status;
-  _TRX_U64 cookie;
-} nvmeAdapterInfo;
-TRX_SIZE_(nvmeAdapterInfo, 80);
-TRX_AT_(nvmeAdapterInfo, name, 0);
-TRX_AT_(nvmeAdapterInfo, signature, 32);
-TRX_AT_(nvmeAdapterInfo, status, 64);
-TRX_AT_(nvmeAdapterInfo, cookie, 72);
-
-typedef struct nvme_adapter_list {
-  TRX_U32 count;
-  TRX_U8 pad[4];
-  nvmeAdapterInfo adapters[64];
-} nvme_adapter_list;
-TRX_SIZE_(nvme_adapter_list, 5128);
-TRX_AT_(nvme_adapter_list, count, 0);
-TRX_AT_(nvme_adapter_list, adapters, 8);
 
 #pragma pack(pop)
 

@@ -3,6 +3,7 @@
 #define TRX_DEVICE_VMWARE_NVMEDEVICE_H
 
 #include "device/common/Device.h"
+#include "device/vmware/native/user/nvme_driver.h"
 
 /// Opcodes that stand for the vendor's pair of commands in `sendCommand` of an NVMe device.
 enum { NVME_PAIR_SEND = 251, NVME_PAIR_RECEIVE = 252 };

@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "trx/trx_records.h"
+#include "device/vmware/native/user/nvme_driver.h"
 
 /// An adapter opened by name.
 struct nvme_handle {
