@@ -22,6 +22,15 @@ enum {
   TRX_NVME_FORMAT_NVM = 0x80
 };
 
+/** Opcodes of NVM commands. */
+enum {
+  TRX_NVME_NVM_WRITE = 0x01,
+  TRX_NVME_NVM_READ = 0x02,
+  TRX_NVME_NVM_WRITE_UNCORRECTABLE = 0x04,
+  TRX_NVME_NVM_COMPARE = 0x05,
+  TRX_NVME_NVM_WRITE_ZEROES = 0x08
+};
+
 /** Identify, CDW10 bits 07:00: which data structure (CNS). */
 enum {
   TRX_NVME_CNS_NAMESPACE = 0x00,

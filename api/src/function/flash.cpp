@@ -8,17 +8,16 @@
 #include "device/common/DeviceManagement.h"
 #include "function/imagecheck.h"
 #include "function/log.h"
+#include "trx/trx_nvme.h"
 
 namespace {
 
 constexpr TRX_U16 kSegmentBytes = TRX_PAGE_SIZE;
-constexpr TRX_U8 kGetLogPage = 0x02;
-constexpr TRX_U8 kFirmwareCommit = 0x10;
-constexpr TRX_U8 kFirmwareDownload = 0x11;
-constexpr TRX_U32 kFirmwareSlotLog = 3;
 
-// Commit actions that take an image which is in its slot already (NVMe base standard, CA 2 and 3).
-bool transfersNothing(TRX_U8 ca) { return ca == 2 || ca == 3; }
+// Whether a commit action takes an image which is in its slot already.
+bool transfersNothing(TRX_U8 ca) {
+  return ca == TRX_NVME_COMMIT_ACTIVATE_AT_RESET || ca == TRX_NVME_COMMIT_ACTIVATE_NOW;
+}
 
 _Device *nvmeDevice(TRX_U8 adapter) {
   _DeviceManagement *manager = GetDeviceManagementInstance();
@@ -60,8 +59,8 @@ void showPercentage(TRXFlash *flash, TRX_U32 offset) {
 }
 
 TRX_U32 sendSegment(TRXFlash *flash, const TRX_U32 (&words)[2], const TRX_U8 *segment) {
-  return flash->m_d->sendCommand(flash->m_d, kFirmwareDownload, 0, words, 2, segment, flash->m_segment_size,
-                                 nullptr, 0);
+  return flash->m_d->sendCommand(flash->m_d, TRX_NVME_FIRMWARE_IMAGE_DOWNLOAD, 0, words, 2, segment,
+                                 flash->m_segment_size, nullptr, 0);
 }
 
 struct FlashDestructor {
@@ -163,7 +162,7 @@ void TRXFlash_Adapter_active(TRXFlash *flash) {
   }
   const TRX_U32 word = TRX_U32{flash->m_ca} << 3 | flash->m_slot;
   const TRX_U32 status =
-      flash->m_d->sendCommand(flash->m_d, kFirmwareCommit, 0, &word, 1, nullptr, 0, nullptr, 0);
+      flash->m_d->sendCommand(flash->m_d, TRX_NVME_FIRMWARE_COMMIT, 0, &word, 1, nullptr, 0, nullptr, 0);
   add_log("firmware active ret %d.\n", static_cast<int>(status));
   if (!progress) return;
   progress->setResult(progress, status);
@@ -191,7 +190,8 @@ void TRXFlash_Adapter_sp_active(TRXFlash *flash) {
 void TRXFlash_query(TRXFlash *flash) {
   if (flash->m_has_read_flash_info || !flash->m_d) return;
   alignas(TRX_PAGE_SIZE) TRX_U8 page[TRX_PAGE_SIZE] = {};
-  flash->m_d->sendCommand(flash->m_d, kGetLogPage, 0, &kFirmwareSlotLog, 1, nullptr, 0, page, sizeof page);
+  constexpr TRX_U32 kSlotLog = TRX_NVME_LID_FIRMWARE_SLOT;  // one dword (NUMDL 0) is enough
+  flash->m_d->sendCommand(flash->m_d, TRX_NVME_GET_LOG_PAGE, 0, &kSlotLog, 1, nullptr, 0, page, sizeof page);
   flash->m_slot = page[0] & 7;
   flash->m_has_read_flash_info = 1;
   add_log("Active Slot: %d, segment_size %d\n", flash->m_slot, flash->m_segment_size);

@@ -20,12 +20,11 @@ struct Attachment {
   const char *done;
 };
 
-constexpr Attachment kAttach = {0, TRX_NS_STATUS_CREATED, "Ready to attach NS ID %d\n",
+constexpr Attachment kAttach = {TRX_NVME_ATTACH, TRX_NS_STATUS_CREATED, "Ready to attach NS ID %d\n",
                                 "\nAttached NS %d to controller\n"};
-constexpr Attachment kDetach = {1, TRX_NS_STATUS_ACTIVE, "Ready to detach NS ID %d\n",
+constexpr Attachment kDetach = {TRX_NVME_DETACH, TRX_NS_STATUS_ACTIVE, "Ready to detach NS ID %d\n",
                                 "\nDetached NS %d to controller\n"};
 
-constexpr TRX_U8 kNamespaceAttachment = 0x15;
 constexpr TRX_U8 kNoNamespace = 255;
 constexpr std::size_t kPayloadBytes = sizeof(NVMEReceiveData::data);
 constexpr std::size_t kMostListed = kPayloadBytes / sizeof(NVME_NS_Info);
@@ -69,8 +68,8 @@ TRX_U32 sendAttachments(TRX_U8 adapter, std::span<const NVME_NS_Info> namespaces
     if (ns.device_type != TRX_NS_DEVICE_VD || ns.NSID == kNoNamespace || !(ns.Status & way.statusBit))
       continue;
     add_log(way.ready, ns.NSID);
-    status = TRX_Adapter_Admin(adapter, kNamespaceAttachment, ns.NSID, &way.select, 1, list.words.data(),
-                               sizeof list.words, nullptr, 0);
+    status = TRX_Adapter_Admin(adapter, TRX_NVME_NAMESPACE_ATTACHMENT, ns.NSID, &way.select, 1,
+                               list.words.data(), sizeof list.words, nullptr, 0);
     if (status == 0) add_log(way.done, ns.NSID);
   }
   return status;

@@ -9,6 +9,7 @@
 
 #include "device/vmware/NVMEDevice.h"
 #include "function/log.h"
+#include "trx/trx_nvme.h"
 #include "trx/trx_product.h"
 
 namespace {
@@ -16,11 +17,10 @@ namespace {
 constexpr TRX_U16 kVendorIds[] = {TRX_OS_DISK_VENDOR_IDS};
 
 bool TRXSystemDisk_id_ctrl(_TRXSystemDisk *disk) {
-  constexpr TRX_U8 kIdentify = 0x06;
-  constexpr TRX_U32 kController = 1;
+  constexpr TRX_U32 kController = TRX_NVME_CNS_CONTROLLER;
   disk->m_control_id = {};
-  if (disk->m_dev->sendCommand(disk->m_dev, kIdentify, 0, &kController, 1, nullptr, 0, &disk->m_control_id,
-                               sizeof disk->m_control_id) != 0) {
+  if (disk->m_dev->sendCommand(disk->m_dev, TRX_NVME_IDENTIFY, 0, &kController, 1, nullptr, 0,
+                               &disk->m_control_id, sizeof disk->m_control_id) != 0) {
     return false;
   }
   const TRX_U16 vendor = disk->m_control_id.VID;

@@ -12,6 +12,7 @@
 
 #include "device/vmware/native/user/nvme_lib.h"
 #include "function/log.h"
+#include "trx/trx_nvme.h"
 
 nvme_adapter_list adapterList;
 
@@ -20,7 +21,6 @@ namespace {
 constexpr TRX_U32 kRefused = 1;
 constexpr _TRX_U64 kTimeoutUs = 100'000'000;
 constexpr _TRX_U64 kCommitTimeoutUs = 200'000'000;
-constexpr TRX_U8 kFirmwareCommit = 0x10;
 constexpr std::size_t kMaxWords = 6;  // CDW10 to CDW15
 
 const _NVMEDevice &self(const _Device *device) { return *reinterpret_cast<const _NVMEDevice *>(device); }
@@ -98,21 +98,21 @@ TRX_U32 submit(const _NVMEDevice &device, usr_io &io, const Data &data) {
 // The opcode as it travels, for those that are let through.
 std::optional<TRX_U8> admittedOpcode(TRX_U8 opcode) {
   switch (opcode) {
-    case 0x02:  // Get Log Page
-    case 0x06:  // Identify
-    case 0x0D:  // Namespace Management
-    case 0x10:  // Firmware Commit
-    case 0x11:  // Firmware Image Download
-    case 0x15:  // Namespace Attachment
-    case 0x1D:  // NVMe-MI Send
-    case 0x1E:  // NVMe-MI Receive
-    case 0x80:  // Format NVM
-    case 0xC7:
+    case TRX_NVME_GET_LOG_PAGE:
+    case TRX_NVME_IDENTIFY:
+    case TRX_NVME_NAMESPACE_MANAGEMENT:
+    case TRX_NVME_FIRMWARE_COMMIT:
+    case TRX_NVME_FIRMWARE_IMAGE_DOWNLOAD:
+    case TRX_NVME_NAMESPACE_ATTACHMENT:
+    case TRX_NVME_MI_SEND:
+    case TRX_NVME_MI_RECEIVE:
+    case TRX_NVME_FORMAT_NVM:
+    case 0xC7:  // the maker's own
       return opcode;
     case NVME_PAIR_SEND:
-      return 0xCB;
+      return TRX_OPCODE_PAIR_SEND;
     case NVME_PAIR_RECEIVE:
-      return 0xCE;
+      return TRX_OPCODE_PAIR_RECEIVE;
     default:
       return std::nullopt;
   }
@@ -134,7 +134,7 @@ TRX_U32 NVMEDevice_sendCommand(_Device *device, TRX_U8 opcode, TRX_U32 nsid, con
   io.cmd.opcode = *sent;
   io.cmd.nsid = nsid;
   setWords(io.cmd, cdw, count);
-  io.timeoutUs = opcode == kFirmwareCommit ? kCommitTimeoutUs : kTimeoutUs;
+  io.timeoutUs = opcode == TRX_NVME_FIRMWARE_COMMIT ? kCommitTimeoutUs : kTimeoutUs;
   return submit(self(device), io, {in, in_length, out, out_length});
 }
 
@@ -156,11 +156,11 @@ TRX_U32 NVMEDevice_sendNVM(_Device *device, TRX_U8 opcode, TRX_U32 nsid, const T
                            const void *, TRX_U16 in_length, void *, TRX_U16 out_length) {
   if (!device) return kRefused;
   switch (opcode) {
-    case 0x01:  // Write
-    case 0x02:  // Read
-    case 0x04:  // Write Uncorrectable
-    case 0x05:  // Compare
-    case 0x08:  // Write Zeroes
+    case TRX_NVME_NVM_WRITE:
+    case TRX_NVME_NVM_READ:
+    case TRX_NVME_NVM_WRITE_UNCORRECTABLE:
+    case TRX_NVME_NVM_COMPARE:
+    case TRX_NVME_NVM_WRITE_ZEROES:
       break;
     default:
       return kRefused;

@@ -15,6 +15,7 @@
 #include "device/vmware/native/user/nvme_lib.h"
 #include "device/vmware/smbios.h"
 #include "function/log.h"
+#include "trx/trx_nvme.h"
 #include "trx/trx_product.h"
 
 namespace {
@@ -73,10 +74,9 @@ bool addAdapter(_DeviceManagement *manager, const nvmeAdapterInfo &adapter) {
 }  // namespace
 
 bool DeviceManagement_identify(_Device *nvme) {
-  constexpr TRX_U8 kIdentify = 0x06;
-  constexpr TRX_U32 kController = 1;
+  constexpr TRX_U32 kController = TRX_NVME_CNS_CONTROLLER;
   alignas(TRX_PAGE_SIZE) TRX_U8 data[TRX_PAGE_SIZE] = {};
-  if (nvme->sendCommand(nvme, kIdentify, 0, &kController, 1, nullptr, 0, data, sizeof data) != 0)
+  if (nvme->sendCommand(nvme, TRX_NVME_IDENTIFY, 0, &kController, 1, nullptr, 0, data, sizeof data) != 0)
     return false;
   return littleEndian16(data) == TRX_VENDOR_ID && DeviceManagement_DeviceID(nvme);
 }

@@ -13,12 +13,12 @@
 
 #include "device/vmware/native/user/nvme_assert.h"
 #include "device/vmware/native/user/nvme_lib.h"
+#include "trx/trx_nvme.h"
 
 namespace {
 
 constexpr _TRX_U64 kShortTimeoutUs = 2'000'000;
 constexpr _TRX_U64 kFormatTimeoutUs = 1'800'000'000;
-constexpr TRX_U32 kAllNamespaces = 0xFFFFFFFF;
 constexpr TRX_U8 kNoNamespace = 0xFF;
 constexpr uint32_t kChunkBytes = 8192;
 constexpr TRX_U8 kNamespaceOpcode = 0xC1;
@@ -93,8 +93,8 @@ int loadOpenImage(int fd, const char *fw_path, std::unique_ptr<uint8_t[]> *fw_bu
 }  // namespace
 
 int Nvme_Identify(nvme_handle *handle, int ns, void *id) {
-  usr_io io = command(0x06, ns < 0 ? 0 : static_cast<TRX_U32>(ns));
-  if (ns < 0) io.cmd.cdw10 = 1;
+  usr_io io = command(TRX_NVME_IDENTIFY, ns < 0 ? 0 : static_cast<TRX_U32>(ns));
+  if (ns < 0) io.cmd.cdw10 = TRX_NVME_CNS_CONTROLLER;
   io.namespaceID = kNoNamespace;
   io.direction = TRX_FROM_CONTROLLER;
   io.length = TRX_PAGE_SIZE;
@@ -122,7 +122,7 @@ int Nvme_FWDownload(nvme_handle *handle, int, const void *rom_buf, uint32_t rom_
     const auto length = static_cast<TRX_U32>(std::min<_TRX_U64>(rom_size - offset, kChunkBytes));
     memcpy(chunk.get(), image + offset, length);
     memset(chunk.get() + length, 0, kChunkBytes - length);
-    usr_io io = command(0x11, kAllNamespaces);
+    usr_io io = command(TRX_NVME_FIRMWARE_IMAGE_DOWNLOAD, TRX_NVME_ALL_NAMESPACES);
     io.cmd.cdw10 = length / 4 - 1;  // a tail of fewer than 4 bytes says "all ones", meant
     io.cmd.cdw11 = static_cast<TRX_U32>(offset / 4);
     io.length = length;
@@ -137,8 +137,8 @@ int Nvme_FWFindSlot(nvme_handle *handle, int *slot) {
   NVME_ASSERT(*slot > 0 && *slot < 8, "*slot > 0 && *slot < 8");  // of the value passed in, meant
   // The log is 512 bytes long, but some devices always write 4 KiB.
   alignas(TRX_PAGE_SIZE) uint8_t page[TRX_PAGE_SIZE] = {};
-  usr_io io = command(0x02, kAllNamespaces);
-  io.cmd.cdw10 = 3 | 127 << 16;  // log identifier, dwords (0's based)
+  usr_io io = command(TRX_NVME_GET_LOG_PAGE, TRX_NVME_ALL_NAMESPACES);
+  io.cmd.cdw10 = TRX_NVME_LOG_PAGE_CDW10(TRX_NVME_LID_FIRMWARE_SLOT, sizeof(TRX_FIRMWARE_SLOT_INFO_LOG));
   io.direction = TRX_FROM_CONTROLLER;
   io.length = sizeof(TRX_FIRMWARE_SLOT_INFO_LOG);
   io.addr = addressOf(page);
@@ -158,7 +158,7 @@ int Nvme_FWActivate(nvme_handle *handle, int slot, int action) {
   NVME_ASSERT(handle, "handle");
   NVME_ASSERT(slot > 0 && slot < 8, "slot > 0 && slot < 8");
   NVME_ASSERT(action >= 0 && action < 4, "action >= 0 && action < 4");
-  usr_io io = command(0x10, kAllNamespaces);
+  usr_io io = command(TRX_NVME_FIRMWARE_COMMIT, TRX_NVME_ALL_NAMESPACES);
   io.cmd.cdw10 = static_cast<TRX_U32>((action & 3) << 3 | (slot & 7));
   io.direction = TRX_FROM_CONTROLLER;
   if (const int status = Nvme_AdminPassthru(handle, &io)) return status;
@@ -166,7 +166,7 @@ int Nvme_FWActivate(nvme_handle *handle, int slot, int action) {
 }
 
 int Nvme_FormatNvm(nvme_handle *handle, int ses, int pil, int pi, int ms, int lbaf, int ns) {
-  usr_io io = command(0x80, static_cast<TRX_U32>(ns), kFormatTimeoutUs);
+  usr_io io = command(TRX_NVME_FORMAT_NVM, static_cast<TRX_U32>(ns), kFormatTimeoutUs);
   io.namespaceID = static_cast<TRX_U8>(ns);
   io.cmd.cdw10 = static_cast<TRX_U32>(lbaf + ms * 16 + pi * 32 + pil * 256 + ses * 512);
   if (const int status = Nvme_AdminPassthru(handle, &io)) return status;
