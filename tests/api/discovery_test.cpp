@@ -56,20 +56,70 @@ TEST_F(Discovery, KeepsOnlySupportedControllersInOrder) {
 }
 
 TEST_F(Discovery, LivesWithoutThePlatformLibrary) {
-  for (const std::string folder : {"/nowhere", TRX_LACKING_DIR}) {
-    const std::string command = "LD_LIBRARY_PATH=" + folder + " " TRX_API_CONSUMER;
-    std::array<char, 200> text{};
+  const std::pair<std::string, std::string> rows[] = {
+      {"/nowhere", "libvmkmgmt.so: cannot open shared object file: No such file or directory\n"},
+      {TRX_LACKING_DIR, "libvmkmgmt.so has no vmk_MgmtUserDestroy.\n"},
+  };
+  for (const auto &[folder, reason] : rows) {
+    const std::string command = "LD_LIBRARY_PATH=" + folder + " " TRX_API_CONSUMER " 2>&1";
+    std::array<char, 400> text{};
     FILE *pipe = popen(command.c_str(), "r");
     ASSERT_TRUE(pipe);
     const size_t length = fread(text.data(), 1, text.size(), pipe);
     EXPECT_EQ(pclose(pipe), 0);
-    EXPECT_EQ(std::string(text.data(), length), "Failed to initialize NVMe.\n1.0.0.1035 0\n");
+    EXPECT_EQ(std::string(text.data(), length), reason + "Failed to initialize NVMe.\n1.0.0.1035 0\n");
   }
 }
 
 TEST_F(Discovery, ReadsPciLocations) {
   struct {
     std::vector<std::string> lines;
+TEST_F(Discovery, LooksAgainAndForgets) {
+  start(2);
+  platform.answer = [](const Command &command) {
+    if (command.io.cmd.opcode != TRX_NVME_FIRMWARE_COMMIT) return supported(command);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    return Reply{};
+  };
+  NVME_Flash_Result result{};
+  EXPECT_EQ(TRX_Adapter_Flash(1, nullptr, 1, TRX_NVME_COMMIT_ACTIVATE_NOW, 0), 0u);
+  TRX_Init();
+  EXPECT_EQ(platform.commands.at(0).io.cmd.opcode, TRX_NVME_FIRMWARE_COMMIT) << "it did not wait";
+  EXPECT_EQ(platform.commands.size(), 5u);
+  EXPECT_EQ(TRX_Adapter_GetCount(), 2);
+  EXPECT_EQ(TRX_Adapter_Flash_Result(1, &result), 0u);
+  EXPECT_EQ(result.percentage, 0) << "of an earlier transfer";
+  TRX_Final();
+  EXPECT_EQ(TRX_Adapter_GetCount(), 0);
+  EXPECT_STREQ(TRX_Adapter_GetDevicePath(0), "");
+  NVME_Adapter_Config config{};
+  EXPECT_EQ(TRX_Adapter_GetConfig(0, &config), 1u);
+  EXPECT_EQ(platform.commands.size(), 5u);
+}
+
+// Of the host's `lspci`, and of every adapter that it puts there.
+TEST_F(Discovery, FindsAdaptersByTheirPlace) {
+  const std::string script =
+      "#!/bin/sh\necho '0000:03:00.00 x [vmhba0]'\necho '0000:04:00.00 x [vmhba1]'\n"
+      "echo '0000:03:00.00 x [vmhba2]'\necho $1 >>$(dirname $0)/calls\n";
+  const TemporaryFile lspci("lspci", Bytes(script.begin(), script.end()));
+  std::filesystem::permissions(lspci.path(), std::filesystem::perms::owner_all);
+  const std::string path = getenv("PATH");
+  setenv("PATH", (lspci.folder() + ":" + path).c_str(), 1);
+  start(3);
+  TRX_U8 id = 77;
+  EXPECT_EQ(printed([&] { EXPECT_TRUE(findAdapterId("03:00.00", &id)); }),
+            "device.bus_dev_fun: 03:00.00\ndevice.bus_dev_fun: 03:00.00\n");
+  EXPECT_EQ(id, 2) << "the last one wins";
+  EXPECT_EQ(printed([&] { EXPECT_FALSE(findAdapterId("05:00.00", &id)); }), "");
+  EXPECT_EQ(id, 2);
+  EXPECT_STREQ(TRX_Adapter_GetDeviceFun(1), "04:00.00");
+  EXPECT_EQ(TRX_Adapter_GetSlotID(1), 0xFFFFFFFFu);
+  std::ifstream calls(lspci.folder() + "/calls");
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(calls), {}), "-p\n") << "once";
+  setenv("PATH", path.c_str(), 1);
+}
+
     const char *name, *location;
   } const rows[] = {
       {{"0000:03:00.00 Mass storage controller [vmhba2]\n"}, "vmhba2", "03:00.00"},

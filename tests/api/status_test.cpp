@@ -31,6 +31,21 @@ TEST(Status, HasWords) {
     _showStatusCode(status);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), text);
   }
+  const std::tuple<TRX_U32, TRX_STATUS_SOURCE, const char *> sources[] = {
+      {0, TRX_STATUS_NVME, "Successful Completion"},
+      {0x0B, TRX_STATUS_NVME, "Invalid Namespace or Format"},
+      {0x73B, TRX_STATUS_NVME, "HD is assigned"},
+      {0x3B, TRX_STATUS_FIRMWARE, "HD is assigned"},
+      {0x73B, TRX_STATUS_FIRMWARE, "HD is assigned"},
+      {0, TRX_STATUS_FIRMWARE, "No error"},
+      {2, TRX_STATUS_FIRMWARE, "Unknown error"},
+      {5, TRX_STATUS_PLATFORM, "Input/output error"},
+      {0xFFFFFFEA, TRX_STATUS_PLATFORM, "Invalid argument"},
+      {0x80000000, TRX_STATUS_PLATFORM, "Unknown error -2147483648"},
+      {0xBAD0001, TRX_STATUS_PLATFORM, "Unknown error 195887105"},
+  };
+  for (const auto &[status, source, text] : sources)
+    EXPECT_STREQ(TRX_StatusText(status, source), text) << status;
   EXPECT_STREQ(ErrorMessage(0x100), "No error");
   EXPECT_STREQ(ErrorMessage(0x701), "Failed");
   EXPECT_STREQ(ErrorMessage(2), "Unknown error");

@@ -79,6 +79,47 @@ TRX_U32 TRX_Adapter_GetSlotID(TRX_U8 adapter);
  */
 bool findAdapterId(const char *bus_dev_fun, TRX_U8 *id);
 
+/* ---- messages ------------------------------------------------------------------------------ */
+
+enum TRX_MESSAGE_SEVERITY { TRX_MESSAGE_INFO = 0, TRX_MESSAGE_WARNING = 1, TRX_MESSAGE_ERROR = 2 };
+
+/**
+ * Takes one message: `text` as it would be printed, with its line end where it has one. `text` is valid
+ * only during the call. Called by the thread that called the library, and by the worker of
+ * `TRX_Adapter_Flash`, perhaps by both at once. It must send no request.
+ * @param severity a TRX_MESSAGE_SEVERITY
+ */
+typedef void (*TRX_MessageHandler)(void *context, int severity, const char *text);
+
+/**
+ * Give messages to `handler` instead of printing them on standard output and standard error; null:
+ * print them again. May be called at any time but while a firmware transfer runs; `TRX_Init` and
+ * `TRX_Final` leave it as it is.
+ */
+void TRX_SetMessageHandler(TRX_MessageHandler handler, void *context);
+
+/** Whose status it is. */
+enum TRX_STATUS_SOURCE {
+  TRX_STATUS_NVME = 0,     /**< of an NVMe command; status code type 7 is the firmware's own */
+  TRX_STATUS_FIRMWARE = 1, /**< of a vendor request: a reply's status byte */
+  TRX_STATUS_PLATFORM = 2  /**< of a call or driver: an error number, negative or not */
+};
+
+/**
+ * Words for a status, such as "Invalid Namespace or Format", "HD is assigned" or "Input/output error".
+ * @return never null. Words of a source TRX_STATUS_PLATFORM are valid until the thread asks again
+ */
+const char *TRX_StatusText(TRX_U32 status, enum TRX_STATUS_SOURCE source);
+
+/**
+ * Print "%s (Status Code: 0x%x)\n" for the status of an NVMe command; nothing for 0. The status byte of
+ * a vendor request is shown with the right words as 0x700 | status.
+ */
+void _showStatusCode(TRX_U32 status);
+
+/** "No error" for 0, "Failed" for 1, "Unknown error" for the rest, by the low 8 bits. */
+const char *ErrorMessage(TRX_U32 code);
+
 /* ---- adapter: request group 224 (E0h) ------------------------------------------------------ */
 
 /** Read `NVME_Adapter_Info`, 156 bytes. Words 224, 0. */
@@ -270,14 +311,6 @@ TRX_U32 TRX_Adapter_Flash(TRX_U8 adapter, char *file_name, TRX_U8 fs, TRX_U8 ca,
 
 /** Progress of the transfer. @return 0, or 1 when there is no record or `result` is null. */
 TRX_U32 TRX_Adapter_Flash_Result(TRX_U8 adapter, NVME_Flash_Result *result);
-
-/* ---- words for statuses -------------------------------------------------------------------- */
-
-/** Print "%s (Status Code: 0x%x)\n" for a status of any operation; nothing for 0. */
-void _showStatusCode(TRX_U32 status);
-
-/** "No error" for 0, "Failed" for 1, "Unknown error" for the rest, by the low 8 bits. */
-const char *ErrorMessage(TRX_U32 code);
 
 #ifdef __cplusplus
 }

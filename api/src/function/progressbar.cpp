@@ -2,9 +2,11 @@
 #include "function/progressbar.h"
 
 #include <array>
+#include <cstring>
 #include <new>
 
 #include "device/common/DeviceManagement.h"
+#include "function/message.h"
 
 namespace {
 
@@ -55,8 +57,10 @@ void ProgressBar_startThread(TRXProgressBar *bar, void *(*function)(void *), voi
   bar->m_status = 1;
   bar->m_function = function;
   bar->m_argument = argument;
-  bar->m_joinable = pthread_create(&bar->m_thread_handle, nullptr, run, bar) == 0;
+  const int failure = pthread_create(&bar->m_thread_handle, nullptr, run, bar);
+  bar->m_joinable = failure == 0;
   if (bar->m_joinable) return;
+  printError(TRX_MESSAGE_ERROR, "A firmware transfer cannot be started: %s.\n", std::strerror(failure));
   bar->m_result = 1;
   bar->m_status = 0;
 }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <cstdio>
-
+#include "function/message.h"
 #include "interface/request.h"
 #include "trx/trx_api.h"
 
@@ -32,11 +31,11 @@ TRX_U32 TRX_Adapter_SetTime(TRX_U8 adapter, const NVME_Adapter_Time *time) {
   const TRX_U32 status = nvme->sendPassthruAdmin(nvme, &entry, nullptr, 0, nullptr, 0);
   if (status == 0) return 0;
   // The length of the message is the result, meant.
-  return static_cast<TRX_U32>(
-      std::printf("[%s][%d]Fail..., errStatus=%d\n", __func__, kPlace, static_cast<int>(status)));
+  return static_cast<TRX_U32>(printOut(TRX_MESSAGE_ERROR, "[%s][%d]Fail..., errStatus=%d\n", __func__, kPlace,
+                                       static_cast<int>(status)));
 }
 
 TRX_U32 TRX_Adapter_OEM(TRX_U8, TRXItem_OEM_Data *) {
-  std::printf("not support now");
+  printOut(TRX_MESSAGE_WARNING, "not support now");
   return 0;
 }

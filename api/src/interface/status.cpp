@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Words for statuses. A table without a text at a value has nothing to say about it.
 #include <cstddef>
-#include <cstdio>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
 
+#include "function/message.h"
 #include "trx/trx_api.h"
 
 namespace {
@@ -140,18 +143,29 @@ const char *genericMessage(TRX_U32 status) {
   return textAt(kGeneric, status, "Unknown Status");
 }
 
+const char *nvmeMessage(TRX_U32 status) {
+  constexpr TRX_U32 kVendorType = 0x700, kCommandSpecificBit = 0x100, kCode = 0xFF;
+  if ((status & kVendorType) == kVendorType) return _vcErrorMessage(status & kCode);
+  if (status & kCommandSpecificBit) return _cssErrorMessage(status & kCode);
+  return genericMessage(status);
+}
+
+// The C library's words. For a number that it does not know it makes some up, and they need a place.
+const char *platformMessage(TRX_U32 status) {
+  thread_local char place[64];
+  const auto number = static_cast<int32_t>(status);
+  return strerror_r(number == INT32_MIN ? number : std::abs(number), place, sizeof place);
+}
+
 }  // namespace
 
+const char *TRX_StatusText(TRX_U32 status, TRX_STATUS_SOURCE source) {
+  if (source == TRX_STATUS_PLATFORM) return platformMessage(status);
+  return source == TRX_STATUS_FIRMWARE ? _vcErrorMessage(status & 0xFF) : nvmeMessage(status);
+}
+
 void _showStatusCode(TRX_U32 status) {
-  constexpr TRX_U32 kVendorType = 0x700, kCommandSpecificBit = 0x100, kCode = 0xFF;
-  if (status == 0) return;
-  const char *text = genericMessage(status);
-  if ((status & kVendorType) == kVendorType) {
-    text = _vcErrorMessage(status & kCode);
-  } else if (status & kCommandSpecificBit) {
-    text = _cssErrorMessage(status & kCode);
-  }
-  std::printf("%s (Status Code: 0x%x)\n", text, status);
+  if (status) printOut(TRX_MESSAGE_ERROR, "%s (Status Code: 0x%x)\n", nvmeMessage(status), status);
 }
 
 const char *ErrorMessage(TRX_U32 code) {

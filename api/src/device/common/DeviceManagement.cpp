@@ -2,12 +2,12 @@
 #include "device/common/DeviceManagement.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <iterator>
 #include <utility>
 
 #include "device/common/DefaultDevice.h"
+#include "function/message.h"
 #include "trx/trx_api.h"
 
 namespace {
@@ -75,7 +75,7 @@ bool findAdapterId(const char *bus_dev_fun, TRX_U8 *id) {
   for (TRX_U8 i = 0; i < manager->m_count; ++i) {
     const _Device &device = *manager->m_devs[i];
     if (std::strcmp(device.bus_dev_fun, bus_dev_fun) != 0) continue;
-    std::printf("device.bus_dev_fun: %s\n", device.bus_dev_fun);
+    printOut(TRX_MESSAGE_INFO, "device.bus_dev_fun: %s\n", device.bus_dev_fun);
     *id = i;
     found = true;
   }

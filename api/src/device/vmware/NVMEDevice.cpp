@@ -12,6 +12,7 @@
 
 #include "device/vmware/native/user/nvme_lib.h"
 #include "function/log.h"
+#include "function/message.h"
 #include "trx/trx_nvme.h"
 
 nvme_adapter_list adapterList;
@@ -79,12 +80,12 @@ std::mutex CommandData::bounceMutex;
 TRX_U32 execute(const _NVMEDevice &device, usr_io &io) {
   const NvmeHandle handle(Nvme_Open(&adapterList, device.name));
   if (!handle) {
-    std::printf("Invalid argument: vmhba not found or vmhba not an NVM Express controller.");
+    printOut(TRX_MESSAGE_ERROR, "Invalid argument: vmhba not found or vmhba not an NVM Express controller.");
     return static_cast<TRX_U32>(-EINVAL);
   }
   const int status = Nvme_AdminPassthru(handle.get(), &io);
   if (status == 0) return 0;
-  std::printf("NVMEDevice_sendCommand Failed, %s.\n", std::strerror(status));
+  printOut(TRX_MESSAGE_ERROR, "NVMEDevice_sendCommand Failed, %s.\n", std::strerror(status));
   // From the completion alone: a failure whose completion says success is a success, meant.
   return (TRX_U32{io.comp.SCT} << 8) + io.comp.SC;
 }

@@ -15,6 +15,7 @@
 #include "device/vmware/native/user/nvme_lib.h"
 #include "device/vmware/smbios.h"
 #include "function/log.h"
+#include "function/message.h"
 #include "trx/trx_nvme.h"
 #include "trx/trx_product.h"
 
@@ -98,7 +99,7 @@ void getBusDeviceFun(std::span<const std::string> lines, char (&bus_dev_fun)[32]
 void DeviceManagement_ScanV2(_DeviceManagement *manager) {
   located = false;
   if (Nvme_GetAdapterList(&adapterList) != 0) {
-    std::printf("Failed to initialize NVMe.");
+    printOut(TRX_MESSAGE_ERROR, "Failed to initialize NVMe.");
     return;
   }
   TRX_U32 leftOut = 0;
@@ -106,7 +107,7 @@ void DeviceManagement_ScanV2(_DeviceManagement *manager) {
     if (!addAdapter(manager, adapterList.adapters[i])) ++leftOut;
   }
   if (leftOut) {
-    std::fprintf(stderr, "More than %u supported controllers: %u left out.\n", unsigned{TRX_MAX_DEVICES},
+    printError(TRX_MESSAGE_WARNING, "More than %u supported controllers: %u left out.\n", unsigned{TRX_MAX_DEVICES},
                  leftOut);
   }
 }

@@ -14,6 +14,7 @@
 #include <numeric>
 
 #include "function/log.h"
+#include "function/message.h"
 
 namespace {
 
@@ -40,7 +41,7 @@ bool startsWith(Bytes bytes, std::string_view text) {
 // Whether an entry point of this length lies in what was read and its bytes sum to zero.
 bool entryIsWhole(Bytes entry, uint8_t length, unsigned expected) {
   if (length > kEntryBytes) {
-    std::fprintf(stderr, "Entry point length too large (%u bytes, expected %u).\n", unsigned{length},
+    printError(TRX_MESSAGE_WARNING, "Entry point length too large (%u bytes, expected %u).\n", unsigned{length},
                  expected);
     return false;
   }
@@ -59,23 +60,25 @@ bool entryPoint2(Bytes entry, SmbiosTable *table) {
   switch (entry[6] * 256 + entry[7]) {
     case 0x021F:
     case 0x0221:
-      std::fprintf(stderr, "SMBIOS version fixup (2.%d -> 2.%d).\n", entry[7], 3);
+      printError(TRX_MESSAGE_INFO, "SMBIOS version fixup (2.%d -> 2.%d).\n", entry[7], 3);
       break;
     case 0x0233:
-      std::fprintf(stderr, "SMBIOS version fixup (2.%d -> 2.%d).\n", 51, 6);
+      printError(TRX_MESSAGE_INFO, "SMBIOS version fixup (2.%d -> 2.%d).\n", 51, 6);
       break;
   }
   *table = {.length = littleEndian(entry, 22, 2), .count = littleEndian(entry, 28, 2), .stopAtEnd = false};
   return true;
 }
 
+void complain(const char *path) { printError(TRX_MESSAGE_WARNING, "%s: %s\n", path, std::strerror(errno)); }
+
 class File {
  public:
   explicit File(const char *path) : path_(path), fd_(open(path, O_RDONLY | O_CLOEXEC)) {
-    if (fd_ < 0 && errno != ENOENT) std::perror(path);
+    if (fd_ < 0 && errno != ENOENT) complain(path);
   }
   ~File() {
-    if (fd_ >= 0 && close(fd_) != 0) std::perror(path_);
+    if (fd_ >= 0 && close(fd_) != 0) complain(path_);
   }
   File(const File &) = delete;
   File &operator=(const File &) = delete;
@@ -86,7 +89,7 @@ class File {
     struct stat about {};
     if (fstat(fd_, &about) == 0) {
       if (about.st_size <= 0) {
-        std::fprintf(stderr, "%s: Can't read data beyond EOF\n", path_);
+        printError(TRX_MESSAGE_WARNING, "%s: Can't read data beyond EOF\n", path_);
         return {};
       }
       length = std::min(length, static_cast<size_t>(about.st_size));
@@ -103,8 +106,8 @@ class File {
       bytes.resize(std::min(length, done + kPiece));
       const ssize_t count = pread(fd_, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
       if (count < 0 && errno == EINTR) continue;
-      if (count < 0) std::perror(path_);
-      if (count == 0) std::fprintf(stderr, "%s: Unexpected end of file\n", path_);
+      if (count < 0) complain(path_);
+      if (count == 0) printError(TRX_MESSAGE_WARNING, "%s: Unexpected end of file\n", path_);
       if (count <= 0) return {};
       done += static_cast<size_t>(count);
       bytes.resize(done);
@@ -131,7 +134,7 @@ void dmi_table_walk(std::span<const uint8_t> table, unsigned count, bool stopAtE
   for (unsigned i = 0; (count == 0 || i < count) && table.size() >= kHeaderBytes; ++i) {
     const uint8_t length = table[1];
     if (length < kHeaderBytes) {
-      std::fprintf(stderr, "Invalid entry length (%u). DMI table is broken! Stop.\n\n", unsigned{length});
+      printError(TRX_MESSAGE_WARNING, "Invalid entry length (%u). DMI table is broken! Stop.\n\n", unsigned{length});
       return;
     }
     if (length > table.size()) return;
@@ -181,7 +184,7 @@ std::vector<SystemSlot> smbios_read_slots(const char *path) {
   // From offset 0 of the same file: the walk steps over the entry point as over a structure, meant.
   const std::vector<uint8_t> bytes = file.head(table.length);
   if (bytes.empty()) {
-    std::fprintf(stderr, "Failed to read table, sorry.\n");
+    printError(TRX_MESSAGE_WARNING, "Failed to read table, sorry.\n");
     return {};
   }
   return dmi_system_slots(bytes, table.count, table.stopAtEnd);

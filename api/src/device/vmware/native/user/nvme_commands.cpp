@@ -6,13 +6,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
 #include "device/vmware/native/user/nvme_assert.h"
 #include "device/vmware/native/user/nvme_lib.h"
+#include "function/message.h"
 #include "trx/trx_nvme.h"
 
 namespace {
@@ -67,22 +67,22 @@ ssize_t readWhole(int fd, uint8_t *data, size_t size) {
 int loadOpenImage(int fd, const char *fw_path, std::unique_ptr<uint8_t[]> *fw_buf, size_t *fw_size) {
   struct stat about {};
   if (fstat(fd, &about) != 0) {
-    fprintf(stderr, "ERROR: Failed to call fstat.\n");
+    printError(TRX_MESSAGE_ERROR, "ERROR: Failed to call fstat.\n");
     return -EPERM;
   }
   if (!S_ISREG(about.st_mode)) {
-    fprintf(stderr, "ERROR: %s is not a file.\n", fw_path);
+    printError(TRX_MESSAGE_ERROR, "ERROR: %s is not a file.\n", fw_path);
     return -EPERM;
   }
   const auto size = static_cast<size_t>(about.st_size);
   std::unique_ptr<uint8_t[]> image(new (std::nothrow) uint8_t[size]);
   if (!image) {
-    fprintf(stderr, "ERROR: Failed to malloc %d bytes.\n", static_cast<int>(size));
+    printError(TRX_MESSAGE_ERROR, "ERROR: Failed to malloc %zu bytes.\n", size);
     return -ENOMEM;
   }
   const ssize_t count = readWhole(fd, image.get(), size);
   if (count < 0) {
-    fprintf(stderr, "ERROR: Failed to read firmware image: %s.\n", strerror(errno));
+    printError(TRX_MESSAGE_ERROR, "ERROR: Failed to read firmware image: %s.\n", strerror(errno));
     return -EIO;
   }
   *fw_buf = std::move(image);
@@ -114,7 +114,7 @@ int Nvme_FWDownload(nvme_handle *handle, int, const void *rom_buf, uint32_t rom_
   const std::unique_ptr<uint8_t, Freer> chunk(
       static_cast<uint8_t *>(std::aligned_alloc(TRX_PAGE_SIZE, kChunkBytes)));
   if (!chunk) {
-    fprintf(stderr, "ERROR: Failed to malloc %d bytes.\n", static_cast<int>(kChunkBytes));
+    printError(TRX_MESSAGE_ERROR, "ERROR: Failed to malloc %u bytes.\n", kChunkBytes);
     return -ENOMEM;
   }
   const auto *image = static_cast<const uint8_t *>(rom_buf);
@@ -177,11 +177,11 @@ int Nvme_FWLoadImage(const char *fw_path, std::unique_ptr<uint8_t[]> *fw_buf, si
   if (!fw_path || !fw_buf || !fw_size) return -EINVAL;
   const int fd = open(fw_path, O_RDONLY | O_CLOEXEC);
   if (fd < 0) {
-    fprintf(stderr, "ERROR: Failed to open firmware image.\n");
+    printError(TRX_MESSAGE_ERROR, "ERROR: Failed to open firmware image.\n");
     return -ENOENT;
   }
   const int status = loadOpenImage(fd, fw_path, fw_buf, fw_size);
   if (close(fd) == 0) return status;
-  fprintf(stderr, "ERROR: Failed to close fd: %d.\n", fd);
+  printError(TRX_MESSAGE_ERROR, "ERROR: Failed to close fd: %d.\n", fd);
   return -EBADF;
 }

@@ -5,17 +5,18 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <new>
 #include <string_view>
 
 #include "device/vmware/native/user/nvme_assert.h"
 #include "device/vmware/native/user/vmkmgmt.h"
+#include "function/message.h"
 
 namespace {
 
 constexpr uint64_t kInstance = 0;
+constexpr char kLibrary[] = "libvmkmgmt.so";
 constexpr char kGlobalName[] = "nvmeMgmt";
 constexpr char kVendor[] = "VMware";
 
@@ -63,12 +64,24 @@ struct Platform {
   vmk_MgmtUserDestroy_t destroy;
 };
 
+template <typename Function>
+void find(void *library, const char *name, Function *function) {
+  *function = reinterpret_cast<Function>(dlsym(library, name));
+  if (!*function) printError(TRX_MESSAGE_ERROR, "%s has no %s.\n", kLibrary, name);
+}
+
 Platform load() {
-  void *library = dlopen("libvmkmgmt.so", RTLD_NOW);
-  if (!library) return {};
-  return {reinterpret_cast<vmk_MgmtUserInit_t>(dlsym(library, "vmk_MgmtUserInit")),
-          reinterpret_cast<vmk_MgmtUserCallbackInvokeInt_t>(dlsym(library, "vmk_MgmtUserCallbackInvokeInt")),
-          reinterpret_cast<vmk_MgmtUserDestroy_t>(dlsym(library, "vmk_MgmtUserDestroy"))};
+  Platform loaded{};
+  void *library = dlopen(kLibrary, RTLD_NOW);
+  if (!library) {
+    const char *reason = dlerror();
+    printError(TRX_MESSAGE_ERROR, "%s\n", reason ? reason : kLibrary);
+    return loaded;
+  }
+  find(library, "vmk_MgmtUserInit", &loaded.init);
+  find(library, "vmk_MgmtUserCallbackInvokeInt", &loaded.invoke);
+  find(library, "vmk_MgmtUserDestroy", &loaded.destroy);
+  return loaded;
 }
 
 // Loaded on first use and for good; null on a host without it, where help and version still work.
@@ -102,6 +115,10 @@ int Nvme_GetAdapterList(nvme_adapter_list *list) {
   // Copies, because the fields of a packed record may not be pointed into.
   TRX_U32 count = 0;
   const int status = invokeGlobal(NVME_MGMT_GLOBAL_LIST_ADAPTERS, &count, list->adapters);
+  if (status && platform()) {
+    printError(TRX_MESSAGE_ERROR, "The platform does not list its NVMe adapters: status %d (%s).\n", status,
+               TRX_StatusText(static_cast<TRX_U32>(status), TRX_STATUS_PLATFORM));
+  }
   list->count = status ? 0 : std::min(count, static_cast<TRX_U32>(std::size(list->adapters)));
   return status;
 }
