@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "device/vmware/native/user/nvme_lib.h"
 
+#include <sys/stat.h>
+
 #include "api_test.h"
 
 namespace {
@@ -71,6 +73,7 @@ TEST_F(NvmeLib, BuildsCommands) {
       {[&] { return Nvme_Identify(h, -1, id); },                {expected(0x06, 0, 0xFF, 1, 4096, {1})}},
       {[&] { return Nvme_Identify(h, 3, id); },                 {expected(0x06, 3, 0xFF, 1, 4096, {})}},
       {[&] { return Nvme_CreateNamespace_IDT(h, 2, 8, 9); },    {expected(0xC1, 2, 2, 0, 0, {0, 0, 3, 8, 9})}},
+      {[&] { return Nvme_DeleteNamespace_IDT(h, 0x104); },      {expected(0xC1, 0x104, 4, 0, 0, {0, 0, 2})}},
       {[&] { return download(0); },                             {}},
       {[&] { return download(8193); },                          {expected(0x11, ~0u, 0, 0, 8192, {2047, 0}), expected(0x11, ~0u, 0, 0, 1, {~0u, 2048})}},
       {[&] { return Nvme_FWFindSlot(h, &slot); },               {expected(0x02, ~0u, 0, 1, 512, {0x007F0003})}},
@@ -92,6 +95,20 @@ TEST_F(NvmeLib, BuildsCommands) {
   }
   EXPECT_EQ(Nvme_IOPassthru(h, std::make_unique<usr_io>().get()), 0);
   EXPECT_EQ(platform.commands.back().code, 2);
+  EXPECT_EQ(Nvme_SetLogLevel(3, 4), 0);
+  EXPECT_EQ(platform.levels, std::pair(3, 4));
+}
+
+TEST_F(NvmeLib, SendsAnImageByChunks) {
+  Bytes image(20000);
+  for (size_t i = 0; i < image.size(); ++i) image[i] = static_cast<uint8_t>(i >> 8);
+  platform.answer = [](const Command &) { return Reply{}; };
+  EXPECT_EQ(Nvme_FWDownload(handle.get(), 1, image.data(), 20000), 0);
+  Bytes sent;
+  for (const Command &command : platform.commands)
+    sent.insert(sent.end(), command.sent.begin(), command.sent.end());
+  EXPECT_EQ(platform.commands.size(), 3u);
+  EXPECT_EQ(sent, image);
 }
 
 TEST_F(NvmeLib, FoldsStatuses) {
@@ -131,8 +148,23 @@ TEST_F(NvmeLib, LoadsImageFiles) {
   EXPECT_EQ(Nvme_FWLoadImage(file.path().c_str(), &image, &size), 0);
   ASSERT_EQ(size, 3u);
   EXPECT_EQ(image[2], 3);
-  EXPECT_EQ(Nvme_FWLoadImage(file.folder().c_str(), &image, &size), -1);
-  EXPECT_EQ(Nvme_FWLoadImage("/nowhere", &image, &size), -2);
+  EXPECT_EQ(Nvme_FWLoadImage(nullptr, &image, &size), -22);
+  EXPECT_EQ(Nvme_FWLoadImage("/nowhere", nullptr, &size), -22);
+  EXPECT_EQ(Nvme_FWLoadImage("/nowhere", &image, nullptr), -22);
+  const std::string fifo = file.folder() + "/fifo";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  const std::tuple<std::string, int, std::string> rows[] = {
+      {"/nowhere", -2, "ERROR: Failed to open firmware image.\n"},
+      {file.folder(), -1, "ERROR: " + file.folder() + " is not a file.\n"},
+      {fifo, -1, "ERROR: " + fifo + " is not a file.\n"},
+      {"/proc/self/mem", 0, ""},
+  };
+  for (const auto &[path, status, error] : rows) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Nvme_FWLoadImage(path.c_str(), &image, &size), status) << path;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), error);
+  }
+  EXPECT_EQ(size, 0u) << "of the last one that could be read";
 }
 
 }  // namespace

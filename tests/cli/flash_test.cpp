@@ -193,7 +193,9 @@ TEST_F(Flash, CommitsNothingAfterAFailure) {
   auto failed = [](const std::string &code) {
     return "start to flash NVMe Controller 0 firmware\nFlash NVMe Controller 0 firmware failed (error "
            "code: " +
-           code + ")\n" + (code == "1" ? "" : FAILED) + "=> " + code + "\n";
+           code + ")\n" +
+           (code == "1" ? "Firmware image @i.bin: its words sum to 0x1, not to 0.\n" : FAILED) + "=> " +
+           code + "\n";
   };
   const std::string first = "< op=11 cdw10=3ff len=4096\n", second = "< op=11 cdw10=3ff cdw11=400 len=4096\n";
   play(session,

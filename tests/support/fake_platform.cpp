@@ -76,6 +76,10 @@ int vmk_MgmtUserCallbackInvokeInt(void *handle, uint64_t, uint64_t callbackId, .
   va_end(arguments);
   const std::string &name = *static_cast<std::string *>(handle);
   if (name != "nvmeMgmt") return runCommand(name, *static_cast<int *>(first), static_cast<usr_io *>(second));
+  if (callbackId == NVME_MGMT_GLOBAL_SET_LOG_LEVEL) {
+    platform.levels = {*static_cast<int *>(first), *static_cast<int *>(second)};
+    return platform.listStatus;
+  }
   std::memcpy(first, &platform.count, sizeof platform.count);
   std::copy(platform.adapters.begin(), platform.adapters.end(), static_cast<nvmeAdapterInfo *>(second));
   return platform.listStatus;

@@ -37,7 +37,8 @@ struct FakePlatform {
   std::deque<Reply> replies;
   std::function<Reply(const Command &)> answer;  ///< when the script is at its end
 
-  int opens = 0;  ///< of signatures, tried
+  int opens = 0;               ///< of signatures, tried
+  std::pair<int, int> levels;  ///< of the driver's log, as they were set
   std::vector<Command> commands;
   int openHandles = 0;
   int unexpected = 0;

@@ -8,16 +8,12 @@
 #include "device/common/DeviceManagement.h"
 #include "function/imagecheck.h"
 #include "function/log.h"
+#include "function/message.h"
 #include "trx/trx_nvme.h"
 
 namespace {
 
 constexpr TRX_U16 kSegmentBytes = TRX_PAGE_SIZE;
-
-// Whether a commit action takes an image which is in its slot already.
-bool transfersNothing(TRX_U8 ca) {
-  return ca == TRX_NVME_COMMIT_ACTIVATE_AT_RESET || ca == TRX_NVME_COMMIT_ACTIVATE_NOW;
-}
 
 _Device *nvmeDevice(TRX_U8 adapter) {
   _DeviceManagement *manager = GetDeviceManagementInstance();
@@ -25,27 +21,28 @@ _Device *nvmeDevice(TRX_U8 adapter) {
   return device->getNVMEDevice(device);
 }
 
-// Load the image whole, to check it.
-void checkImage(TRXFileBuffer *file, TRX_U32 length) {
-  const TRX_U8 *data = file->read(file);
-  if (!data && length) {
-    file->m_checksum_ret = 1;  // no memory for it: an image that nobody checked is not good
-    return;
-  }
-  file->m_checksum_ret = checksumResult(data, length);
-  if (file->m_checksum_ret == 0) file->m_crc = crcMake(data, length);
-}
-
 TRX_U32 openImage(TRXFlash *flash, char *path, TRX_U8 adapter) {
   TRXFileBuffer *file = flash->m_file;
-  file->open_for_read(file, path, file->get_file_length(file));
-  const TRX_U32 length = file->get_file_length(file);
-  file->open_for_read(file, path, length);
-  checkImage(file, length);
   if (file->open_for_read(file, path, flash->m_segment_size) != 0) return 1;
+  const std::size_t length = file->get_file_length(file);
+  file->m_checksum_ret = checksumResult(file->m_image.get(), length);
+  if (file->m_checksum_ret == 0) file->m_crc = crcMake(file->m_image.get(), length);
   flash->m_d = nvmeDevice(adapter);
-  flash->m_total_size = length;
+  flash->m_total_size = static_cast<TRX_U32>(length);
   return 0;
+}
+
+// A vendor image is checked before anything of it is sent.
+bool isGood(const TRXFileBuffer &image) {
+  if (image.m_checksum_ret == 0) return true;
+  if (image.m_length % TRX_PAGE_SIZE != 0) {
+    printError(TRX_MESSAGE_ERROR, "Firmware image %s: length %zu is not a multiple of %d.\n", image.m_path,
+               image.m_length, TRX_PAGE_SIZE);
+  } else {
+    printError(TRX_MESSAGE_ERROR, "Firmware image %s: its words sum to 0x%x, not to 0.\n", image.m_path,
+               image.m_checksum_ret);
+  }
+  return false;
 }
 
 void showPercentage(TRXFlash *flash, TRX_U32 offset) {
@@ -69,12 +66,12 @@ struct FlashDestructor {
 
 // Everything but the commit. @return whether the commit is to follow
 bool transfer(TRXFlash *flash, TRXProgressBar *progress) {
-  if (transfersNothing(flash->m_ca) || progress->getResult(progress) != 0) {
+  if (!transfersImage(flash->m_ca) || progress->getResult(progress) != 0) {
     // Also after an image that could not be opened: the commit has no device then, and fails. Meant.
     progress->setResult(progress, 0);
     return true;
   }
-  if (flash->m_type && flash->m_file && flash->m_file->m_checksum_ret != 0) {
+  if (flash->m_type && !isGood(*flash->m_file)) {
     progress->setResult(progress, 1);
     return false;
   }
@@ -92,7 +89,8 @@ void *thread_flash_adapter_nvme(void *argument) {
     flash->init(flash.get(), data.file_name, data.adapter);
   }
   if (!flash || !flash->m_progress) {
-    progress->setResult(progress, 1);  // no memory to begin with
+    printError(TRX_MESSAGE_ERROR, "A firmware transfer has no memory to begin with.\n");
+    progress->setResult(progress, 1);
   } else if (transfer(flash.get(), progress)) {
     flash->active(flash.get());
   }
@@ -101,6 +99,10 @@ void *thread_flash_adapter_nvme(void *argument) {
 }
 
 }  // namespace
+
+bool transfersImage(TRX_U8 ca) {
+  return ca != TRX_NVME_COMMIT_ACTIVATE_AT_RESET && ca != TRX_NVME_COMMIT_ACTIVATE_NOW;
+}
 
 TRXFlash *CreateTRXFlashAdapterInstance(TRX_U8 fs, TRX_U8 ca, TRX_U8 type) {
   auto *flash = new (std::nothrow) TRXFlash{};
@@ -120,7 +122,7 @@ TRXFlash *CreateTRXFlashAdapterInstance(TRX_U8 fs, TRX_U8 ca, TRX_U8 type) {
 
 void TRXFlash_Adapter_init(TRXFlash *flash, char *path, TRX_U8 adapter) {
   TRX_U32 result = 0;
-  if (transfersNothing(flash->m_ca)) {
+  if (!transfersImage(flash->m_ca)) {
     flash->m_d = nvmeDevice(adapter);
     flash->m_progress = progressbar_management_get_instance(adapter);
   } else {
@@ -140,13 +142,7 @@ void TRXFlash_Adapter_download(TRXFlash *flash) {
   do {
     const TRX_U32 offset = file->get_offset(file);
     const TRX_U32 words[2] = {flash->m_segment_size / 4u - 1, offset / 4};
-    const TRX_U8 *segment = file->read(file);
-    if (file->get_offset(file) == offset) {
-      // A segment that could not be read is not sent, and its offset would never reach the end.
-      progress->setResult(progress, 1);
-      return;
-    }
-    status = sendSegment(flash, words, segment);
+    status = sendSegment(flash, words, file->read(file));
     progress->setResult(progress, status);
     showPercentage(flash, file->get_offset(file));
     add_log("firmware image download CDW10 0x%x CDW11 0x%x ret %d.\n", words[0], words[1],

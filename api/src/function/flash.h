@@ -35,6 +35,9 @@ struct TRXFlash {
   void (*destructor)(TRXFlash *flash);
 };
 
+/// Whether a commit action (CA) is about an image that has to be transferred; else it is in its slot.
+bool transfersImage(TRX_U8 ca);
+
 /// @return a transfer to be set up by its `init`, or null when memory is short; ended by its `destructor`
 TRXFlash *CreateTRXFlashAdapterInstance(TRX_U8 fs, TRX_U8 ca, TRX_U8 type);
 
@@ -42,7 +45,7 @@ TRXFlash *CreateTRXFlashAdapterInstance(TRX_U8 fs, TRX_U8 ca, TRX_U8 type);
 void TRXFlash_Adapter_init(TRXFlash *flash, char *path, TRX_U8 adapter);
 
 /// Download the image (NVMe base standard, Firmware Image Download). The first segment that fails
-/// ends it; the result is that of the last segment sent, or 1 when one could not be read.
+/// ends it; the result is that of the last segment sent.
 void TRXFlash_Adapter_download(TRXFlash *flash);
 
 /// Commit (NVMe base standard, Firmware Commit).

@@ -7,6 +7,7 @@
 #include "trx/trx_api.h"
 
 TRX_U32 TRX_Adapter_Flash(TRX_U8 adapter, char *file_name, TRX_U8 fs, TRX_U8 ca, TRX_U8 type) {
+  if (!file_name && transfersImage(ca)) return 1;
   static TRXFlashData flashData;  // the worker reads it, so there is one transfer at a time
   static TRX_U8 started = 0;
   // The earlier transfer is over by the caller's duty; if it is not, its arguments stay until then.

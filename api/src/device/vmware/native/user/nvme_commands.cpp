@@ -175,7 +175,8 @@ int Nvme_FormatNvm(nvme_handle *handle, int ses, int pil, int pi, int ms, int lb
 
 int Nvme_FWLoadImage(const char *fw_path, std::unique_ptr<uint8_t[]> *fw_buf, size_t *fw_size) {
   if (!fw_path || !fw_buf || !fw_size) return -EINVAL;
-  const int fd = open(fw_path, O_RDONLY | O_CLOEXEC);
+  // Without waiting for somebody to write into a FIFO; that is refused once it is open.
+  const int fd = open(fw_path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) {
     printError(TRX_MESSAGE_ERROR, "ERROR: Failed to open firmware image.\n");
     return -ENOENT;
