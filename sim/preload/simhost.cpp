@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Preloaded into programs of the simulated host and into what they start: the SMBIOS file is the
-// state directory's, and semaphores have names of their own per host. Everything else passes. It
-// needs the C library only, and never fails a call by itself.
+// state directory's, and semaphores have names of their own per host, also as files. Everything else passes.
+// It needs the C library only, and never fails a call by itself.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <semaphore.h>
@@ -18,6 +18,7 @@
 namespace {
 
 constexpr const char *kSmbios = "/dev/char/mem/smbios";
+constexpr const char *kSemaphore = "/dev/shm/sem.";  // a named semaphore as a file
 
 template <typename Function>
 Function next(const char *name) {
@@ -29,8 +30,13 @@ class HostPath {
  public:
   explicit HostPath(const char *path) : path_(path) {
     const char *state = std::getenv("TRX_SIM_STATE");
-    if (!path || !state || std::strcmp(path, kSmbios) != 0) return;
-    int length = std::snprintf(text_, sizeof text_, "%s/smbios", state);
+    if (!path || !state) return;
+    int length = 0;
+    if (std::strcmp(path, kSmbios) == 0)
+      length = std::snprintf(text_, sizeof text_, "%s/smbios", state);
+    else if (std::strncmp(path, kSemaphore, std::strlen(kSemaphore)) == 0)
+      length = std::snprintf(text_, sizeof text_, "%s%s%s", kSemaphore, sim::semaphorePrefixOf(state).text,
+                             path + std::strlen(kSemaphore));
     if (length > 0 && static_cast<size_t>(length) < sizeof text_) path_ = text_;
   }
   operator const char *() const { return path_; }

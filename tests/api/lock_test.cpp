@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "function/lock.h"
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -70,6 +71,49 @@ TEST_F(Lock, GoesOnAfterFiveSecondsWithoutTheHolder) {
   EXPECT_LT(waited, milliseconds(8000));
   lock->unlock(lock);
   EXPECT_EQ(value(), 1) << "whole again";
+}
+
+// Each in a process of its own, because it is told once in a process.
+TEST_F(Lock, IsForEveryUserAndNeedsASemaphore) {
+  const std::string place = "/dev/shm/sem." + name;
+  const auto mode = [&] { return std::filesystem::status(place).permissions(); };
+  umask(077);
+  TRXLock *other = CreateTRXLockInstance();
+  std::filesystem::remove(place);
+  other->init(other, name.c_str());
+  EXPECT_EQ(mode(), std::filesystem::perms{0777}) << "whatever the umask";
+  EXPECT_EQ(umask(022), 077u) << "which is as it was";
+  std::filesystem::permissions(place, std::filesystem::perms{0755});
+  other->init(other, name.c_str());
+  EXPECT_EQ(mode(), std::filesystem::perms{0777}) << "its owner heals it";
+  other->close(other);
+
+  const std::pair<const char *, const char *> rows[] = {
+      {": >", "another file is in its place"},
+      {"head -c 31 /dev/zero >", "another file is in its place"},
+      {"mkfifo", "another file is in its place"},
+      {"mkdir", "another file is in its place"},
+      {"ln -s /nowhere", "Too many levels of symbolic links"},
+  };
+  for (const auto &[make, reason] : rows) {
+    std::filesystem::remove(place);
+    ASSERT_EQ(std::system((std::string(make) + " " + place).c_str()), 0);
+    EXPECT_EXIT(
+        {
+          for (int i = 0; i < 2; ++i) {
+            TRXLock *own = CreateTRXLockInstance();
+            own->init(own, name.c_str());
+            own->lock(own);
+            own->unlock(own);
+            own->close(own);
+          }
+          exit(0);
+        },
+        testing::ExitedWithCode(0),
+        "^Exchanges are not protected from other processes: no semaphore " + name + " \\(" + reason +
+            "\\)\\.\n$");
+  }
+  std::filesystem::remove(place);
 }
 
 }  // namespace

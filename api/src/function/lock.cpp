@@ -2,7 +2,9 @@
 #include "function/lock.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -10,6 +12,7 @@
 #include <new>
 
 #include "function/log.h"
+#include "function/message.h"
 
 namespace {
 
@@ -17,10 +20,49 @@ constexpr mode_t kMode = 0777;
 constexpr unsigned kInitialValue = 1;
 constexpr time_t kPatienceSeconds = 5;
 
+// Where the C library keeps the semaphores of this system.
+constexpr char kPlace[] = "/dev/shm/sem.";
+
 int valueOf(TRXLock *lock) {
   int value = 0;
   sem_getvalue(lock->m_handle, &value);
   return value;
+}
+
+// Whether a file in the semaphore's place can be one. To touch a shorter one would end the process.
+bool isFit(const char *name) {
+  char path[sizeof kPlace + sizeof TRXLock::lockName];
+  snprintf(path, sizeof path, "%s%s", kPlace, name);
+  const int file = open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+  if (file < 0) return true;  // there is none yet, or opening the semaphore fails likewise
+  struct stat about {};
+  const bool fit = fstat(file, &about) == 0 && S_ISREG(about.st_mode) &&
+                   static_cast<size_t>(about.st_size) >= sizeof(sem_t);
+  // Its owner heals one that was made under a umask, and that shuts other users out.
+  if (fit && (about.st_mode & kMode) != kMode) (void)!fchmod(file, kMode);
+  close(file);
+  return fit;
+}
+
+// The mode that is asked for is the mode that is made, from the moment when others can see it.
+sem_t *create(const char *name) {
+  const mode_t usual = umask(0);
+  // O_CREAT makes the semaphore visible to other processes in one step, shared and with its value
+  // set, and finds the one that another process made in between. Initialising it once more after
+  // that would open a lock that somebody may hold already.
+  sem_t *handle = sem_open(name, O_RDWR | O_CREAT, kMode, kInitialValue);
+  umask(usual);
+  return handle;
+}
+
+// Once per process, although every controller has a semaphore: the reason is the same.
+void tellOfNoLock(const char *name, const char *reason) {
+  static bool told = false;
+  add_log("create sem error: %s\n", reason);
+  if (told) return;
+  told = true;
+  printError(TRX_MESSAGE_WARNING, "Exchanges are not protected from other processes: no semaphore %s (%s).\n",
+             name, reason);
 }
 
 }  // namespace
@@ -37,15 +79,10 @@ TRXLock *CreateTRXLockInstance() {
 
 void TRXLock_init(TRXLock *lock, const char *name) {
   snprintf(lock->lockName, sizeof lock->lockName, "%s", name);
+  if (!isFit(lock->lockName)) return tellOfNoLock(lock->lockName, "another file is in its place");
   sem_t *handle = sem_open(lock->lockName, O_RDWR, kMode, kInitialValue);
-  // O_CREAT makes the semaphore visible to other processes in one step, shared and with its value
-  // set, and finds the one that another process made in between. Initialising it once more after
-  // that would open a lock that somebody may hold already.
-  if (handle == SEM_FAILED) handle = sem_open(lock->lockName, O_RDWR | O_CREAT, kMode, kInitialValue);
-  if (handle == SEM_FAILED) {
-    add_log("create sem error: %s\n", strerror(errno));
-    return;
-  }
+  if (handle == SEM_FAILED) handle = create(lock->lockName);
+  if (handle == SEM_FAILED) return tellOfNoLock(lock->lockName, strerror(errno));
   lock->m_handle = handle;
   add_log("init sem %s value is %u\n", lock->lockName, static_cast<unsigned>(valueOf(lock)));
 }

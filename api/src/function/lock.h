@@ -18,7 +18,8 @@ struct TRXLock {
 /// @return a lock without a semaphore yet, or null when memory is short; ended by its `close`
 TRXLock *CreateTRXLockInstance();
 
-/// Open the semaphore of this name, or create it with the value 1.
+/// Open the semaphore of this name, or create it with the value 1, for every user. Where there is none
+/// to be had, that is said on standard error, once per process.
 void TRXLock_init(TRXLock *lock, const char *name);
 
 /// Wait for the semaphore, at most five seconds, and go on in any case.
