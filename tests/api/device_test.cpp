@@ -165,6 +165,10 @@ TEST_F(Devices, PairForwardsFourWordsAndForgetsWhatItCarried) {
   exchange(0, Bytes(4088, 0xCD));
   EXPECT_EQ(pair->sendCommand(pair, 250, 9, words, 1, small.data(), 1, nullptr, 0), 0u);
   EXPECT_EQ(pair->sendCommand(pair, 250, 9, words, 1, tooLarge.data(), 4081, nullptr, 0), 1u);
+  const Bytes page(4096);
+  const TRX_U32 noPages[][2] = {{254, 3}, {253, 4}};
+  for (const auto &other : noPages)
+    EXPECT_EQ(pair->sendCommand(pair, 250, 9, other, 2, page.data(), 4096, nullptr, 0), 1u);
 
   ASSERT_EQ(platform.commands.size(), 4u);
   const Bytes heads[] = {{'T', 'R', 'X', 0, 4, 16, 0xF0, 0x0F, 1, 0, 2, 0, 3, 0, 4, 0, 0xAB},

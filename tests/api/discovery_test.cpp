@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "device/vmware/discovery.h"
 
+#include <chrono>
+#include <thread>
+
 #include "api_test.h"
 
 namespace {
@@ -71,9 +74,6 @@ TEST_F(Discovery, LivesWithoutThePlatformLibrary) {
   }
 }
 
-TEST_F(Discovery, ReadsPciLocations) {
-  struct {
-    std::vector<std::string> lines;
 TEST_F(Discovery, LooksAgainAndForgets) {
   start(2);
   platform.answer = [](const Command &command) {
@@ -120,6 +120,9 @@ TEST_F(Discovery, FindsAdaptersByTheirPlace) {
   setenv("PATH", path.c_str(), 1);
 }
 
+TEST_F(Discovery, ReadsPciLocations) {
+  struct {
+    std::vector<std::string> lines;
     const char *name, *location;
   } const rows[] = {
       {{"0000:03:00.00 Mass storage controller [vmhba2]\n"}, "vmhba2", "03:00.00"},

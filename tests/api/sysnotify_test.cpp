@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the host is told around a change of virtual disks, and the guard of the system's disk.
 #include "api_test.h"
-#include "device/vmware/NVMEDevice.h"
-#include "function/systemdisk.h"
 
 namespace {
 
@@ -23,14 +21,19 @@ class SysNotify : public ApiTest {
     for (const bool exists : volumes) exchange(exists ? 0 : 7);
   }
 
-  // Namespace Attachment commands as "select NSID", vendor requests as "group/sub-code".
+  // Namespace Attachment commands as "select NSID", vendor requests as "group/sub-code", with the
+  // type, the id and the number that the header of a volume's list asks for.
   std::string traffic() const {
     std::string text;
     for (const Command &command : platform.commands) {
       if (command.io.cmd.opcode == 0x15) {
         text += std::to_string(command.io.cmd.cdw10) + " " + std::to_string(command.io.cmd.nsid) + ", ";
       } else if (command.io.cmd.opcode == 0xCB) {
-        text += std::to_string(command.sent[8]) + "/" + std::to_string(command.sent[10]) + ", ";
+        const Bytes &sent = command.sent;
+        text += std::to_string(sent[8]) + "/" + std::to_string(sent[10]);
+        for (const size_t at : {18, 20, 22})
+          if (sent[8] == TRX_GROUP_VD && sent[10] == 0) text += " " + std::to_string(sent[at]);
+        text += ", ";
       }
     }
     return text;
@@ -56,7 +59,7 @@ TEST_F(SysNotify, AttachesAfterTheOnlyVolumeIsCreated) {
   platform.replies.push_back({.driverStatus = 5, .sct = 1, .sc = 0x18});
   NVME_Create_VD request{};
   printed([&] { EXPECT_EQ(TRX_VD_Create(0, &request), 0x118u) << "the status of the last"; });
-  EXPECT_EQ(traffic(), "226/3, 224/0, 229/0, 226/0, 226/0, 0 1, 0 3, ");
+  EXPECT_EQ(traffic(), "226/3, 224/0, 229/0, 226/0 2 0 1, 226/0 2 1 1, 0 1, 0 3, ");
   const Bytes &list = platform.commands.back().sent;
   EXPECT_EQ(head(list, 8), (Bytes{34, 0, 0, 0, 1, 0, 2, 0}));
   EXPECT_EQ(list[2 * 34], 33);
@@ -91,33 +94,83 @@ TEST_F(SysNotify, DetachesBeforeTheOnlyVolumeIsDeleted) {
   platform.replies.push_back({.driverStatus = 5, .sc = 6});
   exchange(61);
   printed([&] { EXPECT_EQ(TRX_VD_Delete(0, 0x0102), 61u); });
-  EXPECT_EQ(traffic(), "224/0, 229/0, 226/0, 1 1, 1 2, 226/4, ");
+  EXPECT_EQ(traffic(), "224/0, 229/0, 226/0 2 0 1, 1 1, 1 2, 226/4, ");
   const Bytes &sent = platform.commands[platform.commands.size() - 2].sent;
   EXPECT_EQ(Bytes(sent.begin() + 16, sent.begin() + 24), (Bytes{2, 1, 0, 0, 0, 0, 0, 0}));
 }
 
-TEST_F(SysNotify, KnowsTheDiskOfTheSystem) {
+// The controller's record, or its list of namespaces, is refused.
+TEST_F(SysNotify, GoesOnWhenTheHostCannotBeTold) {
   start();
-  const auto has = [&](const char *link) {
+  NVME_Adapter_Info info{};
+  info.MaxNS = info.MaxVD = 1;
+  for (const bool record : {false, true}) {
+    const auto refused = [&] {
+      if (record) exchange(0, bytesOf(info));
+      exchange(6);
+    };
+    exchange(0);
+    refused();
+    NVME_Create_VD request{};
+    EXPECT_EQ(TRX_VD_Create(0, &request), 1u) << "the volume exists all the same";
+    refused();
+    exchange(0);
+    EXPECT_EQ(TRX_VD_Delete(0, 1), 0u);
+    refused();
+    EXPECT_EQ(TRX_VD_Has_OS(0, 0), 1u);
+    EXPECT_EQ(traffic(), record ? "226/3, 224/0, 229/0, 224/0, 229/0, 226/4, 229/0, 224/0, "
+                                : "226/3, 224/0, 224/0, 226/4, 229/0, ");
+    platform.commands.clear();
+  }
+}
+
+TEST_F(SysNotify, KnowsTheDiskOfTheSystem) {
+  for (const char *name : {"disk0", "disk1", "disk2"}) {
+    platform.addAdapter(name);
+    platform.replies.push_back(identifyReply(0x1234));
+  }
+  start();
+  const std::string serial = "A SERIAL NUMBER 1234";
+  const auto has = [&](const std::string &link) {
     NVME_Adapter_Info info{};
-    std::memcpy(info.Link, link, strlen(link));
+    link.copy(reinterpret_cast<char *>(info.Link), sizeof info.Link);
     exchange(0);
     exchange(0, bytesOf(info));
     return TRX_VD_Has_OS(0, 0);
   };
-  EXPECT_EQ(has("SERIAL"), 0u);
-  _NVMEDiskManagement *disks = GetNVMEDiskManagementInstance();
+  EXPECT_EQ(has(serial), 0u);
   const TRX_U16 makers[] = {TRX_OS_DISK_VENDOR_IDS};
-  for (const TRX_U16 vendor : {TRX_U16{0x8086}, makers[0], makers[1], makers[0]}) {
-    Reply identify{.data = Bytes(4096)};
-    std::memcpy(identify.data.data(), &vendor, 2);
-    std::memcpy(&identify.data[4], disks->m_os_count ? "SERIAL" : "OTHER", 5 + disks->m_os_count);
-    if (disks->m_os_count < 2) platform.replies.push_back(identify);
-    disks->addOSDisk(disks, CreateNVMEDeviceInstance("vmhba0", 0), "/dev/disk");
+  const auto identify = [](TRX_U16 vendor, const std::string &text) {
+    Reply reply = identifyReply(vendor);
+    reply.data.insert(reply.data.end(), 2, 0);
+    reply.data.insert(reply.data.end(), text.begin(), text.end());
+    return reply;
+  };
+  const std::tuple<const char *, std::vector<Reply>, TRX_U32> disks[] = {
+      {"disk9", {}, 1},
+      {"disk0", {{.driverStatus = 5, .sc = 6}}, 1},
+      {"disk0", {identify(0x8086, serial)}, 1},
+      {"disk0", {identify(makers[0], "ANOTHER")}, 0},
+      {"disk1", {identify(makers[1], serial)}, 0},
+      {"disk2", {}, 1},  // one too many is not even asked
+  };
+  for (const auto &[name, replies, status] : disks) {
+    platform.commands.clear();
+    platform.replies.assign(replies.begin(), replies.end());
+    printed([&, disk = name, expected = status] { EXPECT_EQ(TRX_AddSystemDisk(disk), expected) << disk; });
+    ASSERT_EQ(platform.commands.size(), replies.size());
+    if (replies.empty()) continue;
+    EXPECT_EQ(platform.commands[0].signature, std::string("mgmt-") + name);
+    EXPECT_EQ(platform.commands[0].io.cmd.opcode, 6);
+    EXPECT_EQ(platform.commands[0].io.cmd.cdw10, 1u);
   }
-  EXPECT_EQ(disks->m_os_count, 2) << "one of somebody else's, and one too many";
-  EXPECT_EQ(has("SERIAL"), 256u);
-  EXPECT_EQ(has("SERIAX"), 0u);
+  EXPECT_EQ(has(serial), 256u);
+  EXPECT_EQ(has("ANOTHER"), 256u);
+  EXPECT_EQ(has("A SERIAL NUMBER 1235"), 0u);
+  TRX_Final();
+  platform.adapters.clear();
+  start();
+  EXPECT_EQ(has(serial), 0u) << "forgotten";
 }
 
 }  // namespace

@@ -32,10 +32,12 @@ const Row kRows[] = {
     {"PD_GetInfo 59",     [](uint8_t *r) { return TRX_PD_GetInfo(0, as<NVME_PD_Info_Request>(r)); },         {225, 0}, {{6, 59}}, {}, 16, 1032},
     {"PD_OEM",            [](uint8_t *r) { return TRX_PD_OEM(0, as<TRXItem_OEM_Data>(r)); },                 {225, 3}, {{0, 3}, {1, 1}}, {}, 276, 276},
     {"PD_OEM wrapped",    [](uint8_t *r) { return TRX_PD_OEM(0, as<TRXItem_OEM_Data>(r)); },                 {225, 3}, {{0, 255}, {1, 255}}, {}, 16, 16},
+    {"PD_OEM full",       [](uint8_t *r) { return TRX_PD_OEM(0, as<TRXItem_OEM_Data>(r)); },                 {225, 3}, {{0, 0xDF}, {1, 0x0F}}, {}, 4080, 4080},
     {"PD_Import",         [](uint8_t *r) { return TRX_PD_Import(0, as<RequestHeader>(r)); },                 {225, 9}, {}, {}, 16, 0},
     {"VD_GetInfo",        [](uint8_t *r) { return TRX_VD_GetInfo(0, as<NVME_VD_Info_Request>(r)); },         {226, 0}, {{6, 255}}, {}, 16, 44896},
     {"VD_GetConfig",      [](uint8_t *r) { return TRX_VD_GetConfig(0, as<NVME_VD_Config_Request>(r)); },     {226, 1}, {{6, 2}}, {}, 16, 64},
     {"VD_SetConfig",      [](uint8_t *r) { return TRX_VD_SetConfig(0, as<NVME_VD_Config_Request>(r)); },     {226, 2}, {{6, 2}}, {}, 64, 0},
+    {"VD_SetConfig full", [](uint8_t *r) { return TRX_VD_SetConfig(0, as<NVME_VD_Config_Request>(r)); },     {226, 2}, {{6, 169}}, {}, 4072, 0},
     {"VD_Create refused", [](uint8_t *r) { return TRX_VD_Create(0, as<NVME_Create_VD>(r)); },                {226, 3}, {{104, 1}}, {{104, 0}}, 632, 0, {}, 61},
     {"VD_QuerySize",      [](uint8_t *r) { return TRX_VD_QuerySize(0, as<NVME_Create_VD>(r), as<NVME_PreCreate_VD>(r)); }, {226, 3}, {{104, 0}}, {{104, 1}}, 632, 16},
     {"VD_Import",         [](uint8_t *) { return TRX_VD_Import(0, 0x0201); },                                {226, 6}, {}, {}, 16, 0, {0, 0, 2, 0, 1, 2, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
@@ -57,7 +59,7 @@ const Row kRows[] = {
     {"Dump_Status",       [](uint8_t *r) { return TRX_Dump_Status(0, as<NVME_Debug_Dump_Status>(r)); },      {254, 1}, {}, {}, 0, 8},
     {"Get_Dump_Cfg",      [](uint8_t *r) { return TRX_Get_Dump_Cfg(0, as<NVME_Debug_Dump_Config>(r)); },     {254, 2}, {}, {}, 0, 8},
     {"Set_Dump_Cfg",      [](uint8_t *r) { return TRX_Set_Dump_Cfg(0, as<NVME_Debug_Dump_Config>(r)); },     {254, 3}, {}, {}, 8, 0},
-    {"Page_Event",        [](uint8_t *r) { return TRX_Page_Event(0, as<NVME_Page_EventRequest>(r)); },       {254, 4}, {}, {}, 4096, 4096},
+    {"Page_Event",        [](uint8_t *r) { return TRX_Page_Event(0, as<NVME_Event_Page>(r)); },       {254, 4}, {}, {}, 4096, 4096},
 };
 // clang-format on
 
@@ -129,11 +131,62 @@ TEST_F(VendorRequests, TravelInTwoCommandsWithPinnedBytes) {
   }
 }
 
+// Everything that takes a pointer; the rows with data of their own take none.
+TEST_F(VendorRequests, RefuseANullPointer) {
+  start();
+  for (const Row &row : kRows) {
+    if (!row.data.empty()) continue;
+    EXPECT_EQ(row.call(nullptr), 1u) << row.name;
+  }
+  NVME_Create_VD create{};
+  NVME_PreCreate_VD size{};
+  NVME_NS_Info ns{};
+  TRX_U8 byte = 7;
+  const std::tuple<const char *, TRX_U32, TRX_U32> rows[] = {
+      {"QuerySize, no answer", TRX_VD_QuerySize(0, &create, nullptr), 1},
+      {"QuerySize, no request", TRX_VD_QuerySize(0, nullptr, &size), 1},
+      {"NS, a length that wraps to 0", TRX_NS_GetInfo(0, nullptr, 8192), 1},
+      {"SetTime", TRX_Adapter_SetTime(0, nullptr), 1},
+      {"NVM, no words", TRX_Adapter_NVM(0, 1, 0, nullptr, 1, nullptr, 0, nullptr, 0), 1},
+      {"Flash", TRX_Adapter_Flash(0, nullptr, 1, 1, 0), 1},
+      {"Flash_Result", TRX_Adapter_Flash_Result(0, nullptr), 1},
+      {"AddSystemDisk", TRX_AddSystemDisk(nullptr), 1},
+      {"findAdapterId, no text", findAdapterId(nullptr, &byte), 0},
+      {"findAdapterId, no place", findAdapterId("", nullptr), 0},
+  };
+  for (const auto &[what, status, expected] : rows) EXPECT_EQ(status, expected) << what;
+  const std::string text = printed([&] {
+    EXPECT_EQ(TRX_Adapter_Admin(0, 6, 0, nullptr, 1, nullptr, 0, &byte, 1), 1u);
+    EXPECT_EQ(TRX_Adapter_Admin(0, 6, 0, nullptr, 0, nullptr, 1, nullptr, 0), 1u);
+    EXPECT_EQ(TRX_Adapter_Admin(0, 6, 0, nullptr, 0, nullptr, 0, nullptr, 1), 1u);
+    EXPECT_EQ(TRX_Adapter_PassthruAdmin(0, nullptr, nullptr, 0, nullptr, 0), 1u);
+    EXPECT_EQ(TRX_Adapter_OEM(0, nullptr), 0u);
+  });
+  EXPECT_EQ(text.substr(text.rfind('\n') + 1), "not support now");
+  EXPECT_TRUE(platform.commands.empty());
+  exchange(0);
+  EXPECT_EQ(TRX_NS_GetInfo(0, nullptr, 0), 0u) << "nothing is wanted";
+  exchange(0);
+  EXPECT_EQ(TRX_NS_GetInfo(0, &ns, 1), 0u);
+}
+
+TEST_F(VendorRequests, ThatDoNotFitAnEnvelopeAreRefused) {
+  start();
+  Bytes record(70000);
+  record[6] = 170;
+  EXPECT_EQ(TRX_VD_SetConfig(0, as<NVME_VD_Config_Request>(record.data())), 1u);
+  for (const TRX_U16 size : std::initializer_list<TRX_U16>{4064, 4079, 4080, 65518}) {
+    as<TRXItem_OEM_Data>(record.data())->cbSize = size;
+    EXPECT_EQ(TRX_PD_OEM(0, as<TRXItem_OEM_Data>(record.data())), 1u) << size;
+  }
+  EXPECT_TRUE(platform.commands.empty());
+}
+
 TEST_F(VendorRequests, AnswerOfTheEventPageIsAlwaysSuccess) {
   start();
   platform.replies.push_back({.platformStatus = 5, .sct = 0, .sc = 6});
-  Bytes page(4096);
-  EXPECT_EQ(TRX_Page_Event(0, as<NVME_Page_EventRequest>(page.data())), 0u);
+  NVME_Event_Page page{};
+  EXPECT_EQ(printed([&] { EXPECT_EQ(TRX_Page_Event(0, &page), 0u); }).substr(0, 10), "NVMEDevice");
 }
 
 TEST_F(VendorRequests, WithoutAControllerAreRefused) {
@@ -145,6 +198,33 @@ TEST_F(VendorRequests, WithoutAControllerAreRefused) {
     EXPECT_EQ(TRX_Adapter_GetSlotID(adapter), 0xFFFFFFFFu);
     EXPECT_STREQ(TRX_Adapter_GetDevicePath(adapter), "");
   }
+}
+
+// Each command in its time: what the controller's lock sees.
+TEST_F(VendorRequests, HoldTheLockOfTheirControllerAroundThePair) {
+  start(33);
+  static std::string seen;
+  for (TRX_U8 i = 0; i < 33; ++i) {
+    TRXLock *lock = nvmeDeviceOf(i)->m_lock;
+    EXPECT_EQ(lock->lockName, "trxd" + std::string(1, static_cast<char>('0' + i)));
+    lock->lock = [](TRXLock *own) { seen += std::string("lock ") + own->lockName; };
+    lock->unlock = [](TRXLock *) { seen += " unlock"; };
+  }
+  platform.answer = [](const Command &command) {
+    char text[40];
+    snprintf(text, sizeof text, " %s %x", command.signature.c_str(), command.io.cmd.opcode);
+    seen += text;
+    return command.io.cmd.opcode == 0xCE ? envelope(0) : Reply{};
+  };
+  NVME_Adapter_Config config{};
+  for (const TRX_U8 adapter : std::initializer_list<TRX_U8>{1, 0, 32}) {
+    EXPECT_EQ(TRX_Adapter_GetConfig(adapter, &config), 0u);
+    seen += "\n";
+  }
+  EXPECT_EQ(seen,
+            "lock trxd1 mgmt-vmhba1 cb mgmt-vmhba1 ce unlock\n"
+            "lock trxd0 mgmt-vmhba0 cb mgmt-vmhba0 ce unlock\n"
+            "lock trxdP mgmt-vmhba32 cb mgmt-vmhba32 ce unlock\n");
 }
 
 }  // namespace

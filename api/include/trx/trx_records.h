@@ -666,7 +666,7 @@ TRX_AT_(NVME_Event_Item, Oem_Code, 34);
 TRX_AT_(NVME_Event_Item, ParamCount, 36);
 TRX_AT_(NVME_Event_Item, Reserved, 37);
 
-/** Exchanged as a whole page of 4096 bytes. */
+/** Head of an event page, and the first of its events. What is exchanged is an NVME_Event_Page. */
 typedef struct _NVME_Page_EventRequest {
   TRX_U8 Page;
   TRX_U8 Reserved[3];
@@ -676,6 +676,19 @@ TRX_SIZE_(NVME_Page_EventRequest, 68);
 TRX_AT_(NVME_Page_EventRequest, Page, 0);
 TRX_AT_(NVME_Page_EventRequest, Reserved, 1);
 TRX_AT_(NVME_Page_EventRequest, Events, 4);
+
+/** An event page as it is exchanged, with room for every event that a reply carries. */
+typedef struct _NVME_Event_Page {
+  TRX_U8 Page; /**< which page is wanted */
+  TRX_U8 Reserved1[3];
+  NVME_Event_Item Events[63]; /**< `NVME_Event_Status::slotPerPage` of them are in use */
+  TRX_U8 Reserved2[60];
+} NVME_Event_Page;
+TRX_SIZE_(NVME_Event_Page, 4096);
+TRX_AT_(NVME_Event_Page, Page, 0);
+TRX_AT_(NVME_Event_Page, Reserved1, 1);
+TRX_AT_(NVME_Event_Page, Events, 4);
+TRX_AT_(NVME_Event_Page, Reserved2, 4036);
 
 typedef struct _NVME_Debug_Dump_Status {
   TRX_U32 debugDumpBuffSize; /**< bytes */
@@ -871,6 +884,20 @@ TRX_AT_(NVMESendData, data_offset, 5);
 TRX_AT_(NVMESendData, data_length, 6);
 TRX_AT_(NVMESendData, vendor_cmd, 8);
 TRX_AT_(NVMESendData, data, 16);
+
+/** `NVMESendData::vendor_cmd[0]`: what a vendor request is about. The next word is its sub-code. */
+enum {
+  TRX_GROUP_ADAPTER = 0xE0,
+  TRX_GROUP_PD = 0xE1,
+  TRX_GROUP_VD = 0xE2,
+  TRX_GROUP_BGA = 0xE3, /**< background activities, and actions of disks */
+  TRX_GROUP_EVENT = 0xE4,
+  TRX_GROUP_NS = 0xE5,
+  TRX_GROUP_DUMP = 0xFE /**< event pages, and the debug dump */
+};
+
+/** Sub-code of TRX_GROUP_DUMP: one event page, an NVME_Event_Page. */
+enum { TRX_DUMP_EVENT_PAGE = 4 };
 
 /** What a pair-command receive brings back; replies of controller functions have the same head. */
 typedef struct NVMEReceiveData {

@@ -77,7 +77,7 @@ TRX_U32 sendAttachments(TRX_U8 adapter, std::span<const NVME_NS_Info> namespaces
 
 TRX_U32 notify(TRX_U8 adapter, const Attachment &way, TRX_U32 *listStatus) {
   NVME_Adapter_Info info{};
-  TRX_Adapter_GetInfo(adapter, &info);
+  if (TRX_Adapter_GetInfo(adapter, &info) != 0) return 1;
   const auto namespaces = readNamespaces(adapter, info.MaxNS, listStatus);
   if (!namespaces) return 1;
   if (countVirtualDisks(adapter, info.MaxVD) != 1) {

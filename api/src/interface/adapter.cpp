@@ -20,6 +20,7 @@ TRX_U32 TRX_Adapter_LED(TRX_U8 adapter, const NVME_LED *led) {
 }
 
 TRX_U32 TRX_Adapter_SetTime(TRX_U8 adapter, const NVME_Adapter_Time *time) {
+  if (!time) return kRefused;
   constexpr int kPlace = 145;  // the number that stands in the message
   trx_admin_command_format entry{};
   entry.CDW[0] = TRX_OPCODE_CONTROLLER;

@@ -7,6 +7,7 @@
 #include "function/systemdisk.h"
 
 void TRX_Init(void) {
+  TRX_Final();  // of what an earlier one began; nothing otherwise
   _DeviceManagement *manager = GetDeviceManagementInstance();
   init_log();
   progressbar_management_init();

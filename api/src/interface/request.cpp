@@ -19,6 +19,7 @@ _Device *nvmeDeviceOf(TRX_U8 adapter) {
 
 TRX_U32 vendorRequest(TRX_U8 adapter, std::initializer_list<TRX_U32> words, ToController in,
                       FromController out) {
+  if ((in.length && !in.data) || (out.length && !out.data)) return kRefused;
   _Device *device = deviceOf(adapter);
   return device->sendCommand(device, kVendorOpcode, 0, words.begin(), static_cast<TRX_U8>(words.size()),
                              in.data, in.length, out.data, out.length);

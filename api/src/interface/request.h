@@ -7,17 +7,6 @@
 
 #include "device/common/Device.h"
 
-/// First word of a vendor request: what it is about.
-enum RequestGroup : TRX_U32 {
-  TRX_GROUP_ADAPTER = 0xE0,
-  TRX_GROUP_PD = 0xE1,
-  TRX_GROUP_VD = 0xE2,
-  TRX_GROUP_BGA = 0xE3,
-  TRX_GROUP_EVENT = 0xE4,
-  TRX_GROUP_NS = 0xE5,
-  TRX_GROUP_DUMP = 0xFE
-};
-
 struct ToController {
   const void *data = nullptr;
   TRX_U16 length = 0;
@@ -46,19 +35,24 @@ TRX_U16 listLength(std::size_t headBytes, std::size_t count) {
   return static_cast<TRX_U16>(headBytes + count * sizeof(Record));
 }
 
+/// Status of what is refused here: nothing was sent.
+constexpr TRX_U32 kRefused = 1;
+
 /// The device of an adapter; the default device where there is none.
 _Device *deviceOf(TRX_U8 adapter);
 
 /// The device of an adapter that talks NVMe without an envelope.
 _Device *nvmeDeviceOf(TRX_U8 adapter);
 
-/// Send one vendor request: its words (group, sub-code, argument) and its data.
+/// Send one vendor request: its words (group, sub-code, argument) and its data. A null pointer where
+/// there is data is refused.
 TRX_U32 vendorRequest(TRX_U8 adapter, std::initializer_list<TRX_U32> words, ToController in,
                       FromController out = {});
 
 /// Send a list request: its header goes out, the header and `header.numRequested` records come back.
 template <typename Record, typename Request>
 TRX_U32 listRequest(TRX_U8 adapter, std::initializer_list<TRX_U32> words, Request *request) {
+  if (!request) return kRefused;
   const TRX_U16 length = listLength<Record>(sizeof request->header, request->header.numRequested);
   return vendorRequest(adapter, words, sending(&request->header), {request, length});
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cstring>
 
+#include "device/vmware/NVMEDevice.h"
 #include "function/sysnotify.h"
 #include "function/systemdisk.h"
 #include "interface/request.h"
@@ -15,11 +16,13 @@ TRX_U32 TRX_VD_GetConfig(TRX_U8 adapter, NVME_VD_Config_Request *request) {
 }
 
 TRX_U32 TRX_VD_SetConfig(TRX_U8 adapter, const NVME_VD_Config_Request *request) {
+  if (!request) return kRefused;
   const TRX_U16 length = listLength<NVME_VD_Config>(sizeof request->header, request->header.numRequested);
   return vendorRequest(adapter, {TRX_GROUP_VD, 2}, {request, length});
 }
 
 TRX_U32 TRX_VD_Create(TRX_U8 adapter, NVME_Create_VD *request) {
+  if (!request) return kRefused;
   before_create_vd(adapter);
   request->QueryLDSize = 0;
   const TRX_U32 status = vendorRequest(adapter, {TRX_GROUP_VD, 3}, sending(request));
@@ -27,6 +30,7 @@ TRX_U32 TRX_VD_Create(TRX_U8 adapter, NVME_Create_VD *request) {
 }
 
 TRX_U32 TRX_VD_QuerySize(TRX_U8 adapter, NVME_Create_VD *request, NVME_PreCreate_VD *answer) {
+  if (!request) return kRefused;
   request->QueryLDSize = 1;
   return vendorRequest(adapter, {TRX_GROUP_VD, 3}, sending(request), receiving(answer));
 }
@@ -61,4 +65,13 @@ TRX_U32 TRX_VD_Has_OS(TRX_U8 adapter, TRX_U16) {
     return kYes;
   }
   return kNo;
+}
+
+TRX_U32 TRX_AddSystemDisk(const char *name) {
+  _NVMEDiskManagement *disks = GetNVMEDiskManagementInstance();
+  _Device *device = name ? CreateUnlockedNVMEDeviceInstance(name) : nullptr;
+  if (!device) return kRefused;
+  const TRX_U8 before = disks->m_os_count;
+  disks->addOSDisk(disks, device, name);
+  return disks->m_os_count > before ? 0 : kRefused;
 }

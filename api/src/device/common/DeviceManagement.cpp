@@ -69,6 +69,7 @@ void DeviceManagement_Final(_DeviceManagement *manager) {
 }
 
 bool findAdapterId(const char *bus_dev_fun, TRX_U8 *id) {
+  if (!bus_dev_fun || !id) return false;
   _DeviceManagement *manager = GetDeviceManagementInstance();
   DeviceManagement_locate(manager);
   bool found = false;

@@ -29,6 +29,12 @@ void fillRequest(NVMESendData &request, const TRX_U32 *cdw, TRX_U8 count, const 
   if (in_length) std::memcpy(request.data, in, std::min<std::size_t>(in_length, sizeof request.data));
 }
 
+// It is as long as a whole envelope and goes with what fits behind the head, on purpose. Any other
+// request that does not fit is a mistake.
+bool isEventPage(const TRX_U32 *cdw, TRX_U8 count) {
+  return count >= 2 && cdw[0] == TRX_GROUP_DUMP && cdw[1] == TRX_DUMP_EVENT_PAGE;
+}
+
 // The controller pairs a receive with the send before it, so nobody else's send may come between.
 TRX_U32 exchange(_PairCMDDevice &pair) {
   _Device *nvme = pair.m_nvme_device;
@@ -57,9 +63,7 @@ TRX_U32 exchange(_PairCMDDevice &pair) {
 TRX_U32 PairCMDDevice_sendCommand(_Device *device, TRX_U8, TRX_U32, const TRX_U32 *cdw, TRX_U8 count,
                                   const void *in, TRX_U16 in_length, void *out, TRX_U16 out_length) {
   _PairCMDDevice &pair = *self(device);
-  // An event page is as long as a whole envelope and goes with what fits behind the head, on purpose.
-  // Any other request that does not fit is a mistake.
-  if (in_length > sizeof pair.m_in_buffer.data && in_length != TRX_PAGE_SIZE) return kRefused;
+  if (in_length > sizeof pair.m_in_buffer.data && !isEventPage(cdw, count)) return kRefused;
   if ((in_length && !in) || (out_length && !out)) return kRefused;
 
   // Whole, not only the heads: neither side may see bytes of an earlier exchange.

@@ -128,7 +128,7 @@ void setWords(nvme_cmd &cmd, const TRX_U32 *cdw, std::size_t count) {
 
 TRX_U32 NVMEDevice_sendCommand(_Device *device, TRX_U8 opcode, TRX_U32 nsid, const TRX_U32 *cdw, TRX_U8 count,
                                const void *in, TRX_U16 in_length, void *out, TRX_U16 out_length) {
-  if (!device) return kRefused;
+  if (!device || (count && !cdw)) return kRefused;
   const std::optional<TRX_U8> sent = admittedOpcode(opcode);
   if (!sent) return kRefused;
   usr_io io{};
@@ -155,7 +155,7 @@ TRX_U32 NVMEDevice_sendPassthruAdmin(_Device *device, const void *entry, const v
 // NVM commands are not carried on this platform: they are logged and answered with success, meant.
 TRX_U32 NVMEDevice_sendNVM(_Device *device, TRX_U8 opcode, TRX_U32 nsid, const TRX_U32 *cdw, TRX_U8 count,
                            const void *, TRX_U16 in_length, void *, TRX_U16 out_length) {
-  if (!device) return kRefused;
+  if (!device || (count && !cdw)) return kRefused;
   switch (opcode) {
     case TRX_NVME_NVM_WRITE:
     case TRX_NVME_NVM_READ:
@@ -204,11 +204,17 @@ _Device *CreateSimpleNVMEDeviceInstance(int fd) {
   return &nvme->in_device;
 }
 
-_Device *CreateNVMEDeviceInstance(const char *name, TRX_U8 index) {
+_Device *CreateUnlockedNVMEDeviceInstance(const char *name) {
   _Device *device = CreateSimpleNVMEDeviceInstance(-1);
   if (!device) return nullptr;
   auto *nvme = reinterpret_cast<_NVMEDevice *>(device);
   std::snprintf(nvme->name, sizeof nvme->name, "%s", name);
+  return device;
+}
+
+_Device *CreateNVMEDeviceInstance(const char *name, TRX_U8 index) {
+  _Device *device = CreateUnlockedNVMEDeviceInstance(name);
+  if (!device) return nullptr;
   device->m_lock = CreateTRXLockInstance();
   if (device->m_lock) {
     // One character for every index: those past '9' are simply the ones that follow it in ASCII.

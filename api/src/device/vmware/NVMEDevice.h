@@ -28,6 +28,9 @@ struct _NVMEDevice {
 /// @return the device, or null when memory is short; ended by its `closeHandle`
 _Device *CreateNVMEDeviceInstance(const char *name, TRX_U8 index);
 
+/// The same without a lock, for what is only sent single commands.
+_Device *CreateUnlockedNVMEDeviceInstance(const char *name);
+
 /// The same without a lock and without a name.
 _Device *CreateSimpleNVMEDeviceInstance(int fd);
 
