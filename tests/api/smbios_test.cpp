@@ -42,6 +42,8 @@ TEST(Smbios, FindsTheSlotOfABus) {
       {"the later of two", decode(slot(kInUse, 3, 1) + good + kEnd), 7},
       {"not in use", decode(slot(kAvailable, 3, 7) + kEnd), -1},
       {"without a bus number", decode(slot(kInUse, 3, 7, 13) + kEnd), -1},
+      {"without one, before a string like one", decode(head(slot(kInUse, 3, 7, 15), 15) + Bytes{3, 0, 0}),
+       -1},
       {"its last byte is the bus number", decode(slot(kInUse, 3, 7, 16) + kEnd), 7},
       {"after the end of the table", decode(kEnd + good), -1},
       {"after the last that counts", decode(slot(kInUse, 9, 1) + good, 1, false), -1},

@@ -51,7 +51,7 @@ bool smbios_entry_point(std::span<const uint8_t> entry, SmbiosTable *table);
 std::vector<SystemSlot> smbios_read_slots(const char *path);
 
 /// The platform's SMBIOS file.
-inline constexpr char kSmbiosPath[] = "/dev/char/mem/smbios";
+constexpr char kSmbiosPath[] = "/dev/char/mem/smbios";
 
 /// Find the slot of a PCI location such as "03:00.00"; -1 when there is none.
 void get_SMBIOS_slot_ID(std::span<const SystemSlot> slots, const char *bus_dev_fun, int *slot_id);
