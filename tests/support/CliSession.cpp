@@ -52,6 +52,8 @@ CliSession::CliSession(const std::string &topology) : host_(topology) {
 CliSession::~CliSession() {
   TRX_Final();
   g_pAdInfos.clear();
+  g_oneBaseMode = 0;
+  dbg_enable = false;
   stream = stdout;
 }
 
