@@ -15,7 +15,31 @@
 #include "Public/common.h"
 #include "trx/trx_api.h"
 
+// The linker puts these in the place of the library's two ways to send an admin command.
+extern "C" {
+TRX_U32 __real_TRX_Adapter_Admin(TRX_U8, TRX_U8, TRX_U32, const TRX_U32 *, TRX_U8, const void *, TRX_U16,
+                                 void *, TRX_U16);
+TRX_U32 __real_TRX_Adapter_PassthruAdmin(TRX_U8, const trx_admin_command_format *, const void *, TRX_U16,
+                                         void *, TRX_U16);
+
+TRX_U32 __wrap_TRX_Adapter_Admin(TRX_U8 adapter, TRX_U8 opcode, TRX_U32 nsid, const TRX_U32 *cdw,
+                                 TRX_U8 count, const void *in, TRX_U16 given, void *out, TRX_U16 length) {
+  TRX_U32 status = __real_TRX_Adapter_Admin(adapter, opcode, nsid, cdw, count, in, given, out, length);
+  if (out && trx::test::deviceSays) trx::test::deviceSays({static_cast<uint8_t *>(out), length});
+  return status;
+}
+
+TRX_U32 __wrap_TRX_Adapter_PassthruAdmin(TRX_U8 adapter, const trx_admin_command_format *entry,
+                                         const void *in, TRX_U16 given, void *out, TRX_U16 length) {
+  TRX_U32 status = __real_TRX_Adapter_PassthruAdmin(adapter, entry, in, given, out, length);
+  if (out && trx::test::deviceSays) trx::test::deviceSays({static_cast<uint8_t *>(out), length});
+  return status;
+}
+}
+
 namespace trx::test {
+
+std::function<void(std::span<uint8_t>)> deviceSays;
 
 Capture::Capture(int descriptor) : descriptor_(descriptor), saved_(dup(descriptor)) {
   std::fflush(nullptr);
@@ -54,6 +78,7 @@ CliSession::~CliSession() {
   g_pAdInfos.clear();
   g_oneBaseMode = 0;
   dbg_enable = false;
+  deviceSays = nullptr;
   stream = stdout;
 }
 

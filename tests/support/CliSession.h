@@ -5,6 +5,7 @@
 #define TRX_TESTS_CLI_SESSION_H
 
 #include <functional>
+#include <span>
 #include <string>
 
 #include "SimHost.h"
@@ -41,6 +42,10 @@ class CliSession {
  private:
   SimHost host_;
 };
+
+/// What a device says instead of what the simulated one says: called with every reply that brought data,
+/// before the command sees it, while it is set.
+extern std::function<void(std::span<uint8_t> reply)> deviceSays;
 
 /// Collects what is written to a file descriptor while it lives.
 class Capture {
