@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstring>
+#include <sstream>
 
 #include "Functions/info/info.h"
 #include "Play.h"
@@ -291,6 +293,158 @@ TEST(Info, TellsWhenTheControllerFails) {
     session.host().sim("fault", {"clear"});
   }
 }
+
+/// The lines of a listing's block from a label on.
+std::string from(const char *label, const std::string &block) { return block.substr(std::min(block.find(label), block.size())); }
+
+// clang-format off
+TEST(InfoPrinters, ReadEveryFieldOfAnAdapter) {
+  CliSession session;
+  deviceSays = [](std::span<uint8_t> reply) { reply[0] = 0xFE, reply[1] = 0xCA; };  // the primary controller's id
+  NVME_Adapter_Info info{};
+  info.FirmwareVersion = {11, 12, 13, 14};
+  info.VID = 0xABCD, info.SVID = 0x21, info.DID = 0x22, info.SDID = 0x23, info.RevisionID = 0x24;
+  info.PortCount = 25, info.MaxPDPerVD = 26, info.MaxVD = 27, info.MaxPD = 28, info.MaxNSPerVD = 29, info.MaxNS = 30;
+  info.SupportRAIDMode = 0xFF, info.SupportBGAFeature = 0x1F, info.StripeSizeSupported = 0x7, info.Features = TRX_FEATURE_RAID;
+  info.PCIeInfo[0] = {TRX_PCIE_ROOT_COMPLEX, 7, 1, 1}, info.PCIeInfo[1] = {2, 8, 3, 4}, info.PCIeInfo[2] = {TRX_PCIE_END_POINT, 9, 2, 2};
+  for (int i = 3; i < 16; ++i) info.PCIeInfo[i] = {TRX_PCIE_ROOT_COMPLEX, static_cast<TRX_U8>(i), 4, 16};
+  info.PCIeInfo[5].Type = TRX_PCIE_LAST;
+  EXPECT_EQ(from("Firmware", outputOf([&] { Adapter_PrintInfo(0, info); })), R"(Firmware Version:                    11.12.13.0014
+VID:                                 0xabcd
+SVID:                                0x21
+DID:                                 0x22
+SDID:                                0x23
+RevisionID:                          0x24
+Port Count:                          25
+Max PD of Per VD:                    26
+Max VD:                              27
+Max PD:                              28
+Max NS of Per VD:                    29
+Max NS:                              30
+Host ID:                             51966
+Supported RAID Mode:                 RAID0 RAID1 RAID5 RAID6 RAID10 RAID50 RAID60 JBOD 
+Cache:                               Off 
+Supported BGA Features:              Initialization Rebuild Sync Migrate MediaPatrol 
+Support Stripe Size:                 128KB 256KB 512KB 
+Supported Features:                  RAID 
+Root Complex:                        7
+  Link width:                        1x
+  Max PCIe speed:                    2.5Gb/s
+End Point:                           9
+  Link width:                        2x
+  Max PCIe speed:                    5Gb/s
+Root Complex:                        3
+  Link width:                        Unknown
+  Max PCIe speed:                    Unknown
+Root Complex:                        4
+  Link width:                        Unknown
+  Max PCIe speed:                    Unknown
+)");
+  // One bit of each set at a time.
+  auto words = [&](int bit) {
+    info.SupportRAIDMode = info.SupportBGAFeature = info.StripeSizeSupported = static_cast<TRX_U8>(1 << bit);
+    info.Features = TRX_FEATURE_RAID | 1u << bit;
+    info.Cache = static_cast<TRX_U8>(bit);
+    std::string text;
+    std::istringstream block(from("Supported RAID", outputOf([&] { Adapter_PrintInfo(0, info); })));
+    for (std::string line; text.size() < 200 && std::getline(block, line) && !line.starts_with("Root");) text += line.substr(37) + "|";
+    return text;
+  };
+  EXPECT_EQ(words(0), "RAID0 |Off |Initialization |128KB |RAID |");
+  EXPECT_EQ(words(1), "RAID1 |On |Rebuild |256KB |Import RAID |");
+  EXPECT_EQ(words(2), "JBOD |Unknown|Sync |512KB |RAID |");
+  EXPECT_EQ(words(3), "RAID10 |Unknown|Migrate ||RAID Namespace |");
+  EXPECT_EQ(words(4), "RAID5 |Unknown|MediaPatrol ||RAID Dump |");
+  EXPECT_EQ(words(5), "RAID50 |Unknown|||RAID |");
+  EXPECT_EQ(words(6), "RAID6 |Unknown|||RAID |");
+  EXPECT_EQ(words(7), "RAID60 |Unknown|||RAID |");
+}
+
+TEST(InfoPrinters, ReadEveryFieldOfADisk) {
+  NVME_PD_Info disk{};
+  disk.ID = 0x101, disk.SectorSize = 4096, disk.LBA.value = 0x123456789, disk.SSDAdapterID = 0x203, disk.SSDNSID = 0x304, disk.NumberOfNS = 5;
+  std::memcpy(disk.Model, "  M", 3), std::memcpy(disk.SerialNo, "   S", 4), std::memcpy(disk.FWVersion, " F", 2);
+  EXPECT_EQ(outputOf([&] { HD_PrintInfo(disk, false); }), R"(PD ID:                  257
+Model:                  M
+Serial:                 S
+Stripe Block Size:      Unknown
+LBA:                    4886718345
+Size:                   18641 G
+SSD NVMe Adapter ID:    515
+SSD Namespace ID:       772
+Firmware version:       F
+Status:                 Idle
+Assigned:               No
+Importable:             No
+Namespace Count:        5
+)");
+  const struct { TRX_U8 bits; const char *lines; } rows[] = {
+      {0x01, "Status:                 Idle\nAssigned:               Yes\nImportable:             No\n"},
+      {0x02, "Status:                 Media Patrol Executing\nAssigned:               No\nImportable:             No\n"},
+      {0x04, "Status:                 Idle\nAssigned:               No\nImportable:             No\n"},
+      {0x08, "Status:                 Idle\nAssigned:               No\nImportable:             Yes\n"},
+      {0x12, "Status:                 Fail\nAssigned:               No\nImportable:             No\n"},
+      {0xE0, "Status:                 Idle\nAssigned:               No\nImportable:             No\n"},
+  };
+  for (const auto &row : rows) {
+    disk.Status = row.bits;
+    EXPECT_THAT(outputOf([&] { HD_PrintInfo(disk, false); }), HasSubstr(row.lines));
+  }
+  for (const auto &[size, word] : {std::pair{256u, "128K"}, {512u, "256K"}, {1024u, "512K"}, {2048u, "Unknown"}}) {
+    disk.SectorSize = size;
+    EXPECT_THAT(outputOf([&] { HD_PrintInfo(disk, true); }), HasSubstr(std::string("\nStripe Block Size:      ") + word + "\n"));
+  }
+}
+
+TEST(InfoPrinters, ReadEveryFieldOfAVolumeAndANamespace) {
+  NVME_VD_Info volume{};
+  volume.ID = 0x102, volume.Importable = 1, volume.MemberCount = 3, volume.LBA.value = 0x10000000, volume.NumParityDisk = 2, volume.SectorSize = 4096;
+  volume.PDIDs[0] = 0x105, volume.PDIDs[1] = 0xFFFF, volume.PDIDs[2] = 255, volume.PDIDs[3] = 9;
+  std::memcpy(volume.Name, "name", 4);
+  volume.RaidMode = TRX_RAID_MODE_6, volume.StripBlockSize = 2048;
+  EXPECT_EQ(outputOf([&] { LD_PrintInfo(volume); }), R"(VD ID:               258
+Name:                name
+Status:              Functional
+Importable:          Yes
+RAID Mode:           RAID6
+size:                1024 G
+PD Count:            3
+PDs:                 261 ? 255 
+Parity Disk Number:  2
+Stripe Block Size:   Unknown
+Sector Size:         4096 bytes
+)");
+  const char *const words[] = {"Functional", "Degrade", "Deleted", "Missing", "Offline", "Partially Optimal", "Foreign", "Importable",
+                               "Not Importable", "Initialization", "Rebuilding", "Error Handling", "N/A"};
+  for (TRX_U8 status = 0; status < std::size(words); ++status) {
+    volume.Status = status, volume.RaidMode = TRX_RAID_MODE_5;
+    std::string out = outputOf([&] { LD_PrintInfo(volume); });
+    EXPECT_THAT(out, HasSubstr("\nStatus:              " + std::string(words[status]) + "\n"));
+    EXPECT_THAT(out, Not(HasSubstr("Parity")));
+  }
+  const char *const activities[] = {"unknown BGA action", "Initializing", "Initializing", "Rebuilding", "Synchronizing", "Migrating", "unknown BGA action", "Media Patrol", "unknown BGA action"};
+  for (TRX_U8 type = 0; type < std::size(activities); ++type) {
+    EXPECT_EQ(outputOf([&] { VD_PrintBGAStatus({9, type, 8, 42, TRX_NVME_BGA_STATUS_RUNNING, {7}}); }),
+              "BGA progress:        " + std::string(activities[type]) + " is running in 42%\n");
+  }
+
+  CliSession session;
+  deviceSays = [](std::span<uint8_t> reply) { for (uint8_t i = 0; i < 8; ++i) reply[120 + i] = static_cast<uint8_t>(0xF0 - i); };
+  NVME_NS_Info ns{};
+  ns.NSID = 3, ns.ID = 0x104, ns.SectorSize = 4096, ns.LBA.value = 0x10000000;
+  const struct { TRX_U8 status, volumeStatus; const char *valid, *active, *health; } rows[] = {
+      {1, 0, "Yes", "No", "Healthy"}, {2, 1, "No", "No", "Unhealthy"}, {4, 10, "No", "Yes", "Unhealthy"},
+      {8, 3, "No", "No", "Healthy"}, {5, 9, "Yes", "Yes", "Healthy"}, {0xF8, 11, "No", "No", "Healthy"},
+  };
+  for (const auto &row : rows) {
+    ns.Status = row.status, ns.VDStatus = row.volumeStatus;
+    const std::string head = "NS ID:               3\nEUI64:               f0efeeedecebeae9\n",
+                      bits = std::string("Valid:               ") + row.valid + "\nActive:              " + row.active + "\nSize:                1024 G\n";
+    EXPECT_EQ(outputOf([&] { NS_PrintInfo(ns, true); }), head + "Parent VD ID:        260\n" + bits + "VD status:           " + row.health + "\n\n");
+    EXPECT_EQ(outputOf([&] { NS_PrintInfo(ns, false); }), head + "Parent PD ID:        260\n" + bits + "\n");
+  }
+}
+// clang-format on
 
 TEST(InfoPrinters, BoundWhatADeviceSays) {
   NVME_PD_Info disk{};

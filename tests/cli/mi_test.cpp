@@ -188,6 +188,44 @@ TEST(IdentifyPrinter, AgreesWithReadingsOfRealDrives) {
   EXPECT_GT(read, 0U);
 }
 
+TEST(IdentifyPrinter, ReadsEveryFieldAtItsPlace) {
+  std::string data(4096, '\0');
+  for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(i + i / 256 * 7 + 1);
+  data.replace(4, 68, "SERIAL 1            MODEL 2                                 REV 3   ");
+  data.replace(768, 6, "nqn.4\0", 6);
+  EXPECT_EQ(outputOf([&] { printIdentifyController({reinterpret_cast<const uint8_t *>(data.data()), data.size()}); }), R"(
+NVMe Identify Controller:
+VID      : 0x201
+SSVID    : 0x403
+SN       : SERIAL 1
+MN       : MODEL 2
+FR       : REV 3
+RAB      : 73
+IEEE     : 0x4c4b4a
+CMIC     : 0x4d
+MDTS     : 78
+CNTLID   : 0x504f
+VER      : 0x54535251
+OACS     : 0x908
+ACL      : 10
+AERL     : 11
+FRMW     : 0xc
+LPA      : 0xd
+ELPE     : 14
+NPSS     : 15
+WCTEMP   : 4882
+CCTEMP   : 5396
+TNVMCAP  : 62713477665213787714649462444633760032
+UNVMCAP  : 84064528138684436402547477028587843888
+SQES     : 0xf
+CQES     : 0x10
+NN       : 370480147
+ONCS     : 0x1817
+VWC      : 0x1c
+SUBNQN   : nqn.4
+)");
+}
+
 TEST(IdentifyPrinter, PrintsWideCapacitiesExactly) {
   std::vector<uint8_t> data(4088, 0);
   std::fill_n(data.begin() + 280, 16, uint8_t{0xFF});

@@ -2,6 +2,10 @@
 // vd, ns, init, mp, rebuild, import, event and log: options, requests, results.
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
 #include "Play.h"
 
 namespace trx::test {
@@ -31,6 +35,18 @@ TEST(Vd, ReadsItsOptionsAndSendsOneRequest) {
     {"vd -a delete -i 2", 0x707, kFailed, {"op=e2 cdw12=104e2"}, 1},
     {"vd -a delete -i 0", 0, "-i : invalid id '0'\n", {}, 1},
     {"vd -a create -r 1 -d 1,256,32", 0x706, kFailed, {"op=e2 cdw12=10003e2 cdw13=80000001"}, 1},
+    {"vd -a delete -i 256", 0x707, kFailed, {"op=e2 cdw12=ff04e2"}, 1},
+    {"vd -a update", 0, "-a : invalid action 'update'.\n"},
+    {"vd -r 2", 0, "-r : invalid raid mode 2\n"},
+    {"vd -i x", 0, "-i : invalid vd id 'x'.\n"},
+    {"vd -n x", 0, "-n : invalid namespaces 'x'.\n"},
+    {"vd -d ,1", 0, "-d : invalid PD ID ',1'\n"},
+    {"vd -d 1,,2", 0, "-d : invalid PD ID '1,,2'\n"},
+    {"vd -d 1,", 0, "-d : invalid PD ID '1,'\n"},
+    {"vd -d 0", 0, "-d : invalid PD ID '0'\n", {}, 1},
+    {"vd -a create -d 0", 0, "vd: option -r is required\n"},
+    {"vd -a create -r 1", 0, "vd: option -d is required\n"},
+    {"vd -a delete", 0, "vd: option -i is required\n"},
   });
 }
 
@@ -45,6 +61,16 @@ TEST(Bga, StartsAndStops) {
     {"rebuild -i 1 -d 0", 0, "-i : invalid pd id '0'.\n", {}, 1},
     {"rebuild -i 1 -d 70000", 0, "-d : invalid pd id '70000'.\n"},
     {"rebuild -i 1 -d 4294967296", 0, "-d : invalid pd id '4294967296'.\n", {}, 1},
+    {"rebuild -i 1 -d x", 0, "-d : invalid pd id 'x'.\n"},
+    {"rebuild -i 2", 0x745, "CDW[0] : 0x000000e2\nCDW[12]: 0x000007e3\nCDW[14]: 0x00000001\ncmd failed.\n", {"op=e2 cdw12=7e3 cdw14=1"}, 1, true},
+    {"rebuild -i 2 -d 9 -d 8", 0x745, kFailed, {"op=e2 cdw12=7e3 cdw14=70001"}, 1},
+    {"rebuild -a STOP -i 1 -d 3", 0, kSuccess, {"op=e2 cdw12=4e3 cdw14=30001"}},
+    {"mp -a start -i 3", 0, kSuccess, {"op=e2 cdw12=ae3 cdw14=2"}, 1},
+    {"init -i 2", 0x735, kFailed, {"op=e2 cdw12=6e3 cdw14=20001"}, 1},
+    {"init -a pause", 0, "-a : invalid action 'pause'.\n"},
+    {"init -i x", 0, "-i : invalid vd id 'x'.\n"},
+    {"mp -i 0", 0, "-i : invalid vd id '0'.\n", {}, 1},
+    {"mp -a start", 0, "mp: option -i is required\n"},
   });
 }
 
@@ -59,7 +85,15 @@ TEST(Import, AdoptsOnTheChosenAdapterWhatTheCurrentOneShows) {
     {"import -i 0", 1, "import: option -l is required\n"},
     {"import -i 3", 1, "NVMe Controller 2 does not exist.\n", {}, 1},
     {"import -l 4", 0, "\nVD 4 is not importable.\n", {"op=e2 cdw12=e2 cdw14=3 len=4096"}, 1},
+    {"import -i x -l 0", 1, "-i : invalid NVMe Controller id 'x'\n"},
+    {"import -i 0 -l 0", 1, "-i : invalid NVMe Controller id '0'\n", {}, 1},
+    {"import -l x", 1, "-l : invalid vd id 'x'\n"},
+    {"import -l 0", 1, "-l : invalid vd id '0'\n", {}, 1},
   });
+  for (TRX_U32 features : {TRX_FEATURE_RAID, TRX_FEATURE_IMPORT}) {  // both are needed
+    g_pAdInfos[0].Features = features;
+    expectRow(session, {"import -l 3", 0, "Importable not support or parameters error.\n"});
+  }
 }
 
 TEST(Ns, ReadsItsOptionsAndSendsOneRequest) {
@@ -85,6 +119,56 @@ TEST(Ns, ReadsItsOptionsAndSendsOneRequest) {
     {"ns -a init -i 1 -n 2", 0, "\nInitial NS successfully\n", {"vmhba3 admin op=e2 cdw12=2e5 cdw14=2"}, 1},
     {"ns -i 1 -a init -n 2", 0, "\nInitial NS successfully\n", {"vmhba3 admin op=e2 cdw12=102e5 cdw14=2"}, 1},
     {"ns -a create -i 0", 0, "invalid id '0'\n", {}, 1},
+    {"ns -a create -c 3 -i 255 -l 0x123456789", 0x706, "\nUnable to create NS\n", {"vmhba3 admin op=e2 cdw12=3ff04e5 cdw13=23456789 cdw14=1"}, 1},
+    {"ns -a init -i 9 -n 258", 0x706, "\nUnable to initial NS\n", {"vmhba3 admin op=e2 cdw12=902e5 cdw14=2"}},
+    {"ns -a share -i 9 -s no -c 300", 0x704, "\nUnable to set sharing NS\n", {"vmhba3 admin op=e2 cdw12=903e5 cdw14=12c00"}},
+    {"ns -a ATTACH -i 9", 0xB, "Attach namespace failed\n", {"vmhba3 admin op=15 nsid=9 len=4096"}},
+    {"ns -a detach -i 9", 0xB, "Detach namespace failed\n", {"vmhba3 admin op=15 nsid=9 cdw10=1 len=4096"}},
+    {"ns -a make", 0, "-a : invalid action 'make'.\n"},
+    {"ns -i x", 0, "-i: id should be a number\n"},
+    {"ns -e 747258000000001", 0, "-e : invalid EUI64 '747258000000001'.\n"},
+    {"ns -e 74725800000000001", 0, "-e : invalid EUI64 '74725800000000001'.\n"},
+    {"ns -n x", 0, "-n: number of namespace should be a number\n"},
+    {"ns -s maybe", 0, "-s : invalid option 'maybe'.\n"},
+    {"ns -c x", 0, "-c: controller id should be a number\n"},
+    {"ns -l x", 0, "-l: Invalid LBA\n"},
+    {"ns -p disk", 0, "-p : invalid value 'disk'\n"},
+    {"ns -d 1,0", 0, "invalid controller id '0'\n", {}, 1},
+    {"ns -d 65536", 0, "invalid controller id '65536'\n"},
+    {"ns -a init -n 1", 0, "ns: option -i is required\n"},
+    {"ns -a init -i 1", 0, "ns: option -n is required\n"},
+    {"ns -a share -s no", 0, "ns: option -i or -e is required\n"},
+    {"ns -a share -i 1", 0, "ns: option -s is required\n"},
+    {"ns -a create -c 1 -l 1", 0, "ns: option -i is required\n"},
+    {"ns -a create -i 1 -l 1", 0, "ns: option -c is required\n"},
+    {"ns -a create -i 1 -c 1", 0, "ns: option -l is required\n"},
+    {"ns -a attach -d 1", 0, "ns: option -i or -e is required\n"},
+    {"ns -a detach -e 747258010000000a", 0, "invalid EUI64 id: 747258010000000a\n"},
+  });
+  // Without the feature, and without any namespaces, nothing more is looked at.
+  g_pAdInfos[1].Features &= ~static_cast<TRX_U32>(TRX_FEATURE_NAMESPACE);
+  g_pAdInfos[1].MaxNS = 0;
+  expectRows(session, {
+    {"ns -a attach", 0, "Namespace management and attachment is not support.\n"},
+    {"ns -a share -s yes -e 7472580100000001", 0, "Get MaxNS from adapter info fail.\ninvalid EUI64 id: 7472580100000001\n"},
+    {"ns --list", 0, "Get MaxNS from adapter info fail.\n"},
+    {"info -o ns", 0, "Get MaxNS from adapter info fail.\n"},
+  });
+}
+
+TEST(Ns, ReadsWhatTheControllerSays) {
+  CliSession session;
+  session.run("adapter -i 1");
+  session.requests();
+  deviceSays = [](std::span<uint8_t> reply) {
+    if (reply[0] == 'T') return;
+    reply[0] = 0x34, reply[1] = 0x12;
+    std::fill_n(&reply[120], 8, uint8_t{0});
+  };
+  expectRows(session, {
+    {"ns -p ctrl", 0, "Primary Controller Id is 4660\n", {"vmhba3 admin op=6 cdw10=14 len=4096"}},
+    // A namespace without an EUI-64 is not found by it.
+    {"ns -a share -e 0000000000000000 -s yes", 0, "invalid EUI64 id: 0000000000000000\n"},
   });
 }
 // clang-format on
@@ -109,6 +193,14 @@ TEST(Event, ShowsWhatTheOtherRequestsBroughtWhenOneFails) {
   EXPECT_EQ(one.library, "Total events: 1\n");
   EXPECT_THAT(session.requests(), SizeIs(16));
   EXPECT_EQ(session.run("event --count").library, "Total events: 5\n");
+  std::string pages;
+  for (const char *at : {"", "1", "2", "3", "4", "5", "6", "7", "8", "9", "a", "b", "c", "d", "e", "f"})
+    pages += std::string("< op=e2 cdw10=3ff cdw12=4fe ") + (*at ? "cdw13=" : "") + at + (*at ? "000 " : "") + "cdw14=1000 len=4096\n";
+  setenv("TZ", "EST+5", 1);
+  tzset();
+  play(session, {{"event -c x", "-c : invalid count 'x'.\n=> 1\n"},
+                 {"event -c 2", "Seq:5\nTime:2024-03-09 11:00:00\nMessage:init on virtual disk 0 is 25% done\n\n"
+                                "Seq:4\nTime:15 seconds from the boot time.\nMessage:init on virtual disk 0 started\n\nTotal events: 2\n=> 0\n" + pages}});
   session.host().sim("fault", {"add", "nvme=6", "group=fe", "sub=4", "nth=2"});
   CommandResult gap = session.run("event -c 0");
   EXPECT_THAT(gap.out, StartsWith("\n event request fail\nSeq:5\n"));
@@ -132,9 +224,31 @@ TEST(Log, RefusesWhatCannotBeRead) {
   EXPECT_EQ(show({"add", "nvme=6", "group=fe", "sub=2"}).out, unable + empty);
   EXPECT_EQ(show({"add", "nvme=6", "group=fe", "sub=0"}).status, 6);
   EXPECT_EQ(show({"add", "ones", "group=fe", "sub=0"}).out, "Error SPI data length: 65535\n");
+  EXPECT_EQ(show({"add", "signature", "group=fe", "sub=2"}).status, 1);
+  session.host().sim("fault", {"add", "nvme=0x701", "group=fe", "sub=3"});
   session.requests();
   expectRows(session, {{"log -a show --outputfile=/nonexistent/x", 1,
-                        "Unable to open file '/nonexistent/x': No such file or directory\n"}});
+                        "Unable to open file '/nonexistent/x': No such file or directory\n"},
+                       {"log -a read", 0, "-a : invalid action 'read'.\n"},
+                       {"log --outputfile=/dev/null", 1, "Error action!\n"},
+                       {"log -a OFF", 0x701,
+                        std::string("CDW[0] : 0x000000e2\nCDW[12]: 0x000003fe\nCDW[14]: 0x00000000\n") + kFailed, {"op=e2 cdw12=3fe"}, 0, true},
+                       {"log -a on", 0, kSuccess, {"op=e2 cdw12=3fe cdw14=1"}}});
+
+  // Pieces as the device says them: only the low half of the word is the length, and all of it tells the last.
+  std::vector<TRX_U32> lengths{4080, 0x10000, 1, 0};
+  size_t next = 0;
+  deviceSays = [&](std::span<uint8_t> reply) {
+    if (reply.size() != TRX_PAGE_SIZE || next == lengths.size()) return;
+    std::fill(reply.begin() + 16, reply.end(), static_cast<uint8_t>('a' + next));
+    std::memcpy(&reply[8], &lengths[next++], 4);
+  };
+  lengths.insert(lengths.begin(), 1);  // the state
+  EXPECT_EQ(show({}).out, std::string(4080, 'b') + "d" + kSuccess);
+  lengths = {1, 4081}, next = 0;
+  EXPECT_EQ(show({}).out, "Error SPI data length: 4081\n");
+  lengths = {1, 0x10000}, next = 0;
+  EXPECT_EQ(show({}).out, empty);
 }
 
 }  // namespace
