@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The four listings: whole outputs, what reached the controller, and controllers that fail or lie.
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -190,6 +191,54 @@ TEST(Info, WalksAllObjectsAndCountsThem) {
   EXPECT_THAT(session.requests(), SizeIs(32));
 }
 
+TEST(Info, TakesAsManyTriesAsTheAdapterSays) {
+  CliSession session;
+  auto tries = [&](const char *line) {
+    session.requests();
+    session.run(line);
+    return session.requests().size();
+  };
+  g_pAdInfos[0].PortCount = 3, g_pAdInfos[0].MaxPD = 5, g_pAdInfos[0].MaxNSPerVD = 2, g_pAdInfos[0].MaxVD = 2;
+  EXPECT_EQ(tries("info -o pd"), 15u);
+  EXPECT_EQ(tries("info -o pd -i 65791"), 15u) << "255 in 16 bits";
+  EXPECT_EQ(tries("info -o vd -i 255"), 2u + 2u);
+  g_pAdInfos[0].PortCount = 20, g_pAdInfos[0].MaxPD = 14;  // 280 tries: the first ids come round again
+  EXPECT_THAT(session.run("info -o pd").out, EndsWith("Total # of PD:          16\n\n"));
+  EXPECT_THAT(session.requests().back(), HasSubstr("cdw14=17 "));
+  EXPECT_THAT(session.run("info -o pd -i 65536").out, StartsWith("PD ID:                  0\n"));
+  EXPECT_THAT(session.run("info -o hba -i 256").out, StartsWith("NVMe Controller ID:                  0\n"));
+  EXPECT_THAT(session.run("info -o hba -i 255").out, EndsWith("\n\nTotal # of HBA:      2\n\n"));
+  session.run("adapter -i 1");
+  g_pAdInfos[1].PortCount = 2, g_pAdInfos[1].MaxNSPerVD = 3;
+  EXPECT_EQ(tries("info -o pd"), 6u);
+  EXPECT_THAT(session.run("info -o pd -i 1").out, EndsWith("No\nImportable:             No\nNamespace Count:        1\n"));
+}
+
+TEST(Info, FiltersNamespaces) {
+  CliSession session;
+  deviceSays = [](std::span<uint8_t> reply) {
+    if (reply[0] != 'T') return;
+    for (size_t i = 0; i < 4; ++i) reply[8 + 24 * i] = static_cast<uint8_t>(i + 1);
+    for (size_t i = 0; i < 4; ++i) reply[8 + 24 * i + 4] = static_cast<uint8_t>(i < 3 ? 1 << i : 0);  // status
+  };
+  auto shown = [&](const char *line) {
+    const std::string out = session.run(line).out;
+    std::string ids;
+    for (size_t at = 0; (at = out.find("NS ID:", at)) != out.npos; ++at) ids += out.substr(at + 21, 2);
+    return ids + out.substr(out.rfind('\n', out.size() - 3) + 1);
+  };
+  const std::string none = "Unable to get info of NS\n";
+  EXPECT_EQ(shown("info -o ns"), "1\n2\n3\nTotal # of NS:       3\n\n") << "all in use";
+  EXPECT_EQ(shown("info -o ns -t host"), shown("info -o ns"));
+  EXPECT_EQ(shown("info -o ns -t vd -v 0"), "1\nTotal # of NS:       1\n\n") << "the valid ones";
+  EXPECT_EQ(shown("info -o ns -t HOST -i 4"), none) << "not in use";
+  EXPECT_THAT(shown("info -o ns -t host -i 3"), StartsWith("3\n"));
+  EXPECT_THAT(shown("info -o ns -t vd -v 0 -i 2"), StartsWith("2\n")) << "in use, though not valid";
+  EXPECT_EQ(shown("info -o ns -t vd -v 0 -i 4"), none);
+  g_pAdInfos[0].MaxNS = 0;
+  EXPECT_EQ(session.run("info -o ns -t vd -v 0").out, "No Namespace Info Exist.\n");
+}
+
 TEST(Info, SaysWhenThereIsNothing) {
   CliSession session("empty");
   EXPECT_EQ(session.run("info -o pd").out, "\nNo physical disk is found.\n");
@@ -300,6 +349,7 @@ std::string from(const char *label, const std::string &block) { return block.sub
 // clang-format off
 TEST(InfoPrinters, ReadEveryFieldOfAnAdapter) {
   CliSession session;
+  Capture noBusHere(STDERR_FILENO);
   deviceSays = [](std::span<uint8_t> reply) { reply[0] = 0xFE, reply[1] = 0xCA; };  // the primary controller's id
   NVME_Adapter_Info info{};
   info.FirmwareVersion = {11, 12, 13, 14};

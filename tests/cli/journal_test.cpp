@@ -2,6 +2,7 @@
 // The readers of the journal and of the SPI log on bytes alone.
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <random>
 
 #include "Functions/simple/journal.h"
@@ -81,9 +82,11 @@ TEST(Journal, PutsTheNewestFirst) {
 }
 
 TEST(Journal, TellsTimesBeforeTheYear2010AsTimeSinceBoot) {
-  setenv("TZ", "UTC", 1);
+  setenv("TZ", "IST-5:30", 1);
+  tzset();
   EXPECT_EQ(_showTime(1262304000), "1262304000 seconds from the boot time.");
-  EXPECT_EQ(_showTime(1262304001), "2010-01-01 00:00:01");
+  EXPECT_EQ(_showTime(1262304001), "2010-01-01 05:30:01");
+  EXPECT_EQ(_showTime(UINT32_MAX), "2106-02-07 11:58:15");
 }
 
 TEST(Journal, StandsAnyBytes) {
