@@ -81,6 +81,11 @@ TEST(Shell, OnATerminal) {
   terminal.type("\x1b[A\n");  // the line before, from the history
   EXPECT_THAT(terminal.readUntil("API Version: 1.0.0.1035\n> "), HasSubstr("Support Firmware Version"));
 
+  terminal.type("\n");  // an empty line is kept, too
+  terminal.readUntil("Type 'exit' to exit CLI.\n> ");
+  terminal.type("\x1b[A\n");
+  EXPECT_THAT(terminal.readUntil("CLI.\n> "), HasSubstr("Type 'exit' to exit CLI.\n> "));
+
   terminal.type("EXIT\n");
   terminal.readUntil("\x01");
   EXPECT_EQ(terminal.wait(), 0);
@@ -158,9 +163,11 @@ TEST(Shell, InAPipe) {
     EXPECT_EQ(outcome.status, 0) << row.input;
   }
 
-  std::string many;
-  for (int i = 0; i < 65; ++i) many += "help ";
-  EXPECT_THAT(host.cli({}, many + "\n").out, HasSubstr("Too many words in the line (at most 64).\n"));
+  std::string many = "help", answers;
+  for (int i = 1; i < 64; ++i)
+    many += " " + std::to_string(i), answers += "No help available for '" + std::to_string(i) + "'\n";
+  EXPECT_THAT(host.cli({}, many + "\n").out, HasSubstr(answers));
+  EXPECT_THAT(host.cli({}, many + " 64\n").out, HasSubstr("Too many words in the line (at most 64).\n"));
 
   // What follows `exit` is for whoever reads the same input next.
   Words rest = host.runWords({"sh", "-c", TRX_CLI_PATH " >/dev/null; cat"});

@@ -55,8 +55,50 @@ TEST(Startup, TakesAnAdapterId) {
     EXPECT_EQ(outcome.out, row.out) << row.words[0];
     EXPECT_EQ(outcome.status, row.status) << row.words[0];
   }
-  EXPECT_THAT(host.cli({"1", "info", "-o", "hba"}).out,
-              HasSubstr("Device:                              vmhba3\n"));
+  EXPECT_THAT(host.cli({"1"}, "adapter --list\nexit\n").out, HasSubstr("ID for CLI commands: 1\n"));
+  EXPECT_EQ(host.cli({"1", "exit"}).status, 255);
+
+  // It is told on standard output, and ends with what became of the last summary.
+  const std::string file = host.directory() / "out";
+  for (const char *adapter : {"adapter=vmhba2", "adapter=vmhba3"}) {
+    host.sim("fault", {"add", adapter, "op=e2", "group=e0", "sub=0", "nth=2", "nvme=0x10b"});
+    Outcome outcome = host.cli({"2", "version", "-output", file});
+    EXPECT_THAT(outcome.out, EndsWith("Adapter ID 2 is not exist\n"));
+    EXPECT_EQ(outcome.status, adapter[13] == '2' ? 0 : 0x0B);
+  }
+  EXPECT_THAT(readFile(file), EndsWith("\nUnable to get info of NVMe Controller 1\n"));
+}
+
+TEST(Startup, CountsFromOneWhereUsersDo) {
+  SimHost host;
+  auto run = [&](Words words) {
+    words.insert(words.begin(), TRX_ONE_BASED_PATH);
+    return runProgram(host.runWords(words));
+  };
+  const char *none = "Current default NVMe Controller ID for CLI commands: ";
+  const struct {
+    Words words;
+    std::string out;
+  } rows[] = {
+      {{"0", "version"}, "Adapter ID 0 is not exist\n"},
+      {{"", "version"}, "Adapter ID 0 is not exist\n"},
+      {{"3", "version"}, "Adapter ID 3 is not exist\n"},
+      {{"256", "version"}, "Adapter ID 256 is not exist\n"},
+      {{"257", "version"}, kVersion},
+      {{"1", "adapter", "--list"}, std::string("Total number of NVMe Controllers: 2\n") + none + "1\n"},
+      {{"2", "adapter", "--list"}, std::string("Total number of NVMe Controllers: 2\n") + none + "2\n"},
+  };
+  for (const auto &row : rows) {
+    Outcome outcome = run(row.words);
+    EXPECT_EQ(outcome.out, row.out) << row.words[0];
+    EXPECT_EQ(outcome.status, 0) << row.words[0];
+  }
+  host.sim("fault", {"add", "adapter=vmhba3", "op=e2", "group=e0", "sub=0", "nth=2", "nvme=6"});
+  EXPECT_THAT(run({"version"}).out, HasSubstr("\nUnable to get info of NVMe Controller 2\n"));
+
+  SimHost unsupported("unsupported");
+  EXPECT_EQ(runProgram(unsupported.runWords({TRX_ONE_BASED_PATH, "info"})).out,
+            "NVMe Controller is found, but need administrator permission.\n");
 }
 
 TEST(Startup, RedirectsOutput) {
@@ -66,6 +108,10 @@ TEST(Startup, RedirectsOutput) {
   EXPECT_EQ(host.cli({"-OUTPUT", file, "version"}).status, 1) << "the option's word is the command then";
   EXPECT_EQ(host.cli({"version", "-OUTPUT", file}).status, 0);
   EXPECT_EQ(readFile(file), std::string(kVersion) + "Invalid command '-\001utput'!\n" + kVersion);
+
+  EXPECT_EQ(host.cli({"version", "-output", file + "1", "-output", file + "2"}).status, 1);
+  EXPECT_TRUE(std::filesystem::exists(file + "1")) << "only the first one counts";
+  EXPECT_FALSE(std::filesystem::exists(file + "2"));
 
   EXPECT_EQ(host.cli({"version", "-output"}).status, 1) << "the last word is never looked at";
   EXPECT_EQ(host.cli({"version", "--output", file}).out, kVersion) << "accepted, and ignored";

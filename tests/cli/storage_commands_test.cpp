@@ -249,6 +249,8 @@ TEST(Log, RefusesWhatCannotBeRead) {
   EXPECT_EQ(show({}).out, "Error SPI data length: 4081\n");
   lengths = {1, 0x10000}, next = 0;
   EXPECT_EQ(show({}).out, empty);
+  deviceSays = [](std::span<uint8_t> reply) { reply[8] = 1, reply[16] = '.'; };
+  EXPECT_EQ(show({}).out, std::string(16384, '.') + "SPI log does not end\n");
 }
 
 }  // namespace

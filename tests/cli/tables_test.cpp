@@ -84,6 +84,7 @@ TEST_P(CommandWord, AnswersTheUsualQuestions) {
   CommandResult asked = session.run(word + " -h");
   EXPECT_EQ(asked.status, 0);
   EXPECT_EQ(asked.out, "Description" + help);
+  EXPECT_EQ(asked.err, word == "help" || word == "?" ? word + ": illegal option -- h\n" : "");
   CommandResult unknown = session.run(word + " -Z");
   EXPECT_EQ(unknown.status, row.unknown);
   if (word != "hotkey") {
