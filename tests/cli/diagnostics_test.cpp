@@ -36,6 +36,9 @@ TEST(Register, KeepsWhatIsWritten) {
       {"reg -t read -i 1 -a 0x100000000", 0, "-a : invalid address '0x100000000'\n"},
       {"reg -t write -i 1 -a 0 -d -1", 0, size + "-d : invalid data '-1'\n"},
       {"reg -t erase", 0, "-t : invalid type 'erase'\n"},
+      {"reg -t write -i 255 -a 4294967295 -d 4294967295", 0x704,
+       size + "CDW[0] : 0x000000e2\nCDW[12]: 0x00ff0ae0\nCDW[13]: 0xffffffff\nCDW[14]: 0xffffffff\nWrite register failed.\n",
+       {request("ff0ae0 cdw13=ffffffff cdw14=ffffffff")}, 0, true},
       {"reg -i 1 -a 0", 0, "reg: option -t is required\n"},
       {"reg -t read -a 0", 0, "reg: option -i is required\n"},
       {"reg -t read -i 0", 0, "reg: option -a is required\n"},
@@ -81,7 +84,31 @@ TEST(InfoStructure, ShowsWhatWasSet) {
       {"gpio --value=0x100", 0, "result: 0\nDefault value is not correct: 0x00000100\n"},
       {"gpio --func-switch=x", 0, "--func-switch: Function switch range is not correct. \n"},
       {"gpio --set-default=maybe", 0, "--set-default: Set default is not correct \n"},
+      {"gpio --level=x", 0, "--level: Level range is not correct. \n"},
+      {"gpio --value=x", 0, "--value: Value range is not correct. \n"},
+      {"gpio --value=0x10 --level=0x20", 0, "result: 0\nCDW[0] : 0x000000e2\nCDW[12]: 0x000011e0\nCDW[13]: 0x00000030\nCDW[14]: 0x00000020\n"
+       "CDW[15]: 0x00000010\n" + done, {request("11e0 cdw13=30 cdw14=20 cdw15=10")}, 0, true},
   });
+}
+
+TEST(InfoStructure, ReadsEveryFieldAtItsPlace) {
+  CliSession session;
+  const std::string gpio = gpioWords("0x43424140", "0x47464544", "0x4b4a4948");
+  size_t lit = 0;  // the byte that is not 0, of those that are switches
+  deviceSays = [&](std::span<uint8_t> page) {
+    for (size_t i = 0; i < page.size(); ++i) page[i] = i >= 64 && i < 76 ? static_cast<uint8_t>(i) : 0;
+    page[lit] = 8;
+  };
+  auto shown = [&](size_t at) { return lit = at, session.run("dumphba -a show").out; };
+  const std::string dark = infoBlock("Off", "EEPROM", gpio, "Off");
+  for (size_t at : {63, 80, 447, 452, 487, 489}) EXPECT_EQ(shown(at), dark) << at;
+  EXPECT_EQ(shown(448), infoBlock("On", "EEPROM", gpio, "Off"));
+  EXPECT_EQ(shown(451), infoBlock("Off", "SPI", gpio, "Off"));
+  EXPECT_EQ(shown(79), infoBlock("Off", "EEPROM", gpio, "On"));
+  auto changed = [&](size_t at) { return shown(at).substr(static_cast<size_t>(std::mismatch(dark.begin(), dark.end(), shown(at).begin()).first - dark.begin())); };
+  EXPECT_THAT(changed(449), StartsWith("n\nSRIOV Function:                  Off\n"));
+  EXPECT_THAT(changed(450), StartsWith("n\nDebug message"));
+  EXPECT_THAT(changed(488), StartsWith("Error only\n[GPIO"));
 }
 
 TEST(InfoStructure, FallsBackToTheDefaultPinsAtARestart) {
@@ -119,6 +146,8 @@ TEST(I2c, ProbesOneDevice) {
       {"i2c -i 0x50", 0, "Pass\n", {request("5014e0")}},
       {"i2c --id=3", 0x701, "Fail\n", {request("314e0")}},
       {"i2c -i 65536", 0, "-i : invalid device id '65536'\n"},
+      {"i2c -i x", 0, "-i : invalid device id 'x'\n"},
+      {"i2c -i 80", 0, "CDW[0] : 0x000000e2\nCDW[12]: 0x005014e0\nPass\n", {request("5014e0")}, 0, true},
       {"i2c x", 0, "i2c: option -i is required\n"},
   });
   for (const char *leftOver : {"i2c -i 0x50 -t 1", "i2c -a 1"})
@@ -152,11 +181,14 @@ TEST(PreparedData, IsWrittenForNamespaceCommands) {
   std::filesystem::current_path(session.host().directory());
   std::string many = "gen -t attachns --list=0";
   for (int i = 0; i < 1000; ++i) many += ",1";
+  std::string tooMany = many;
+  for (int i = 0; i < 1047; ++i) tooMany += ",2";
   const struct { std::string line; std::string head; } rows[] = {
-      {"gen -t createns --nsze=0x123456789abc --ncap=16 --flbas=0x12 --dps 1 --nmic 1",
-       std::string("\xbc\x9a\x78\x56\x34\x12\0\0\x10\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x12\0\0\x01\x01", 31)},
+      {"gen -t createns --nsze=0x123456789abc --ncap=16 --flbas=0x12 --dps 2 --nmic 255",
+       std::string("\xbc\x9a\x78\x56\x34\x12\0\0\x10\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x12\0\0\x02\xff", 31)},
       {"gen -t attachns --list=0,2,65535", std::string("\x03\0\0\0\x02\0\xff\xff", 8)},
       {many, std::string("\xe9\x03\0\0\x01\0\x01\0", 8)},
+      {tooMany.substr(0, tooMany.size() - 2), std::string("\xff\x07\0\0\x01\0", 6)},
   };
   for (const auto &row : rows) {
     EXPECT_EQ(session.run(row.line).out, "cmd success\n") << row.line;
@@ -168,6 +200,10 @@ TEST(PreparedData, IsWrittenForNamespaceCommands) {
   expectRows(session, {
       {"gen -t createns --nsze=x", 0, "--nsze : invalid nsze value 'x'\n"},
       {"gen -t createns --flbas=256", 0, "--flbas : invalid flbas value '256'\n"},
+      {"gen -t createns --ncap=1x", 0, "--ncap : invalid ncap value '1x'\n"},
+      {"gen -t createns --dps=256", 0, "--dps : invalid dps value '256'\n"},
+      {"gen -t deletens", 0, "-t : invalid type 'deletens'\n"},
+      {tooMany, 0, "--list : at most 2047 controller ids\n"},
       {"gen -t createns --nmic=0x100", 0, "--nmic : invalid nmic value '0x100'\n"},
       {"gen -t attachns --list=1,,2", 0, "--list : controller ids should be a number\n"},
       {"gen -t attachns --list=65536", 0, "--list : controller ids should be a number\n"},

@@ -80,6 +80,9 @@ TEST(Configuration, IsReadAndWritten) {
       {"set -o hba -i 0 -r fast", 1, "-r : invalid BGA rate 'fast'\n"},
       {"set -o vd -i 0 -a on", 1, "-o : invalid object 'vd'\n"},
       {"set -o hba -i 2 -a on", 1, "-i : invalid id '2'\n"},
+      {"set -o hba -i x -a on", 1, "-i : invalid id 'x'\n"},
+      {"set -o hba -i 0 -a on", 1, "-i : invalid id '0'\n", {}, 1},
+      {"get -o hba -i 3", 1, "-i : invalid id '3'\n", {}, 1},
       {"set -o hba -a on", 1, "set: option -i is required\n"},
       {"set -i 0 -a on", 1, "set: option -o is required\n"},
       {"set -o hba -i 1 -a on", 34, jbof},
@@ -97,6 +100,26 @@ TEST(Configuration, IsReadAndWritten) {
   gCurrentAdapter = 1;
   expectRow(session, {"get -o hba -i 0", 34, jbof});
   EXPECT_EQ(session.host().violations(), "");
+}
+
+TEST(Configuration, IsShownInWords) {
+  CliSession session;
+  for (const auto &[code, word] : {std::pair{0, "High"}, {1, "Unknown"}, {2, "Medium"}, {32, "Low"}, {33, "Unknown"}}) {
+    deviceSays = [code](std::span<uint8_t> reply) { reply[8] = 2, reply[9] = static_cast<uint8_t>(code); };
+    EXPECT_EQ(session.run("get -o hba -i 0").out, config(0, "off", word));
+  }
+  deviceSays = [](std::span<uint8_t> reply) { reply[0] = 'X', reply[4] = 1, reply[8] = 1, reply[9] = 32; };
+  session.requests();
+  // Neither command looks at the signature; what is not given is written back as it was.
+  expectRow(session, {"set -o hba -i 0 -a off", 0,
+                      "CDW[0] : 0x000000e2\nCDW[10]: 0x000003ff\nCDW[12]: 0x000001e0\nCDW[0] : 0x000000e2\nCDW[10]: 0x00000000\n"
+                      "CDW[12]: 0x000002e0\nCDW[14]: 0x00002000\nHBA configuration is updated.\n",
+                      {"op=e2 cdw10=3ff cdw12=1e0 len=4096", "op=e2 cdw12=2e0 cdw14=2000"}, 0, true});
+  dbg_enable = false;
+  deviceSays = nullptr;
+  session.host().sim("fault", {"add", "op=e2", "group=e0", "sub=1", "nth=2", "nvme=0x10b"});
+  expectRow(session, {"get -o hba", 0xB, config(0, "off", "Low") + "\nUnable to get configuration of NVMe Controller 255\n",
+                      {"op=e2 cdw10=3ff cdw12=1e0 len=4096", "op=e2 cdw10=3ff cdw12=1e0 len=4096"}});
 }
 
 TEST(Configuration, AsksOnlyTheFirstTwoAdaptersByNumber) {
@@ -138,7 +161,12 @@ TEST(DeviceControl, SendsWhatWasAsked) {
       {"reset -i 65536", 0, "-i : invalid device id '65536'\n"},
       {"reset -i 65536", 0x706, "Reset failed.\n", sent("cdw12=8e1 cdw14=ffff"), 1},
       {"reset -i x", 0, "-i : invalid device id 'x'\n"},
-      {"debuglv -t 1", 0, "debug level access to error only success.\n", sent("cdw12=112e0")},
+      {"led -o rc -i 4 -a off", 0x704, "CDW[0] : 0x000000e2\nCDW[12]: 0x000007e1\nCDW[14]: 0x00000004\nLED control failed.\n", sent("cdw12=7e1 cdw14=4"), 0, true},
+      {"reset -i 1 -t perstn -a on", 0, "CDW[0] : 0x000000e2\nCDW[12]: 0x000008e1\nCDW[14]: 0x01020001\nReset success\n", sent("cdw12=8e1 cdw14=1020001"), 0, true},
+      {"reset -i 1 -t PERSTN -a off", 0, reset, sent("cdw12=8e1 cdw14=2020001")},
+      {"reset -i 0 -t device", 0, "-i : invalid device id '0'\n", {}, 1},
+      {"reset -a hold", 0, "-a : invalid action 'hold'.\n"},
+      {"debuglv -t 1", 0, "CDW[0] : 0x000000e2\nCDW[12]: 0x000112e0\ndebug level access to error only success.\n", sent("cdw12=112e0"), 0, true},
       {"debuglv -t 0", 0, "debug level access to normal success.\n", sent("cdw12=12e0")},
       {"debuglv -t 2", 0, "-t : invalid target '2'.\n"},
       {"debuglv x", 0, "debuglv: option -t is required\n"},
