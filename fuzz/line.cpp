@@ -36,7 +36,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   std::vector<char> line = fuzz::exactText(std::string(data, data + size).c_str());
   std::array<char *, trx::kMaxTokens> tokens{};
   int32_t count = 0;
-  if (!trx::parse(&count, tokens.data(), line.data())) return 0;
+  const bool open = std::count(line.begin(), line.end(), '"') % 2 != 0;
+  fuzz::require((trx::parse(&count, tokens.data(), line.data()) == 0) == open);
+  if (open) return 0;
   fuzz::require(count >= 0);
   for (size_t i = 0; i < static_cast<size_t>(std::min(count, trx::kMaxTokens)); ++i) {
     fuzz::require(tokens[i] >= line.data() && tokens[i] < line.data() + line.size());

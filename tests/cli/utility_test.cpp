@@ -53,13 +53,19 @@ TEST(EventMessage, ClassesCodesAndGaps) {
       {1, 0, "Background activity rate changed to %d%%"},
       {1, 0x10008, "Auto-rebuild has been disable"},  // cut to 16 bits
       {2, 10, "Physical disk %d too small to be used for auto-rebuild"},
+      {1, 9, "Auto-rebuild has been enabled"}, {1, 1, "Unknown error"},
+      {3, 0, "virtual disk %d is offline"}, {3, 1, "virtual disk %d is online"}, {3, 2, "virtual disk %d is degraded"},
+      {3, 3, "virtual disk %d is partially degraded"}, {3, 4, "virtual disk %d is created"}, {3, 5, "virtual disk %d is deleted"},
       {3, 7, "Import virtual disk %d completed"},
-      {3, 15, "init on virtual disk %d is %d%% done"},
-      {3, 34, "media Patrol on virtual disk %d completed"},
-      {3, 36, "Unknown error"}, {2, 0, "Unknown error"}, {4, 9, "Not define yet."}, {5, 0, "Not define yet."},
+      {3, 6, "Unknown error"}, {2, 0, "Unknown error"}, {4, 9, "Not define yet."}, {5, 0, "Not define yet."},
       {0, 0, "Unknown event"}, {6, 0, "Unknown event"},
   };
   for (const auto &row : rows) EXPECT_STREQ(trx::EventMessage(row.eventClass, row.code), row.text);
+  const char *const ends[] = {"started", "paused", "resumed", "aborted", "completed", "is %d%% done"};
+  for (const auto &[activity, first] : {std::pair<std::string, uint32_t>{"init", 10}, {"rebuild", 20}, {"media Patrol", 30}}) {
+    for (uint32_t i = 0; i < 6; ++i) EXPECT_EQ(trx::EventMessage(3, first + i), activity + " on virtual disk %d " + ends[i]);
+    EXPECT_STREQ(trx::EventMessage(3, first + 6), "Unknown error");
+  }
 }
 // clang-format on
 
