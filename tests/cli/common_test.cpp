@@ -142,7 +142,59 @@ TEST(Dispatch, FindsWordsAndAbbreviations) {
 TEST(Dispatch, HelpListsTheGeneralTable) {
   std::string overview = dispatch("help", 0);
   EXPECT_THAT(overview, StartsWith("\nLegend: "));
-  EXPECT_THAT(overview, HasSubstr("\nvd                 :For VD create and delete\n"));
+  EXPECT_THAT(overview, HasSubstr("\n" + std::string(65, '-') + R"(
+?                  :Get brief help for all commands.
+help               :Get brief help for all commands or detail help for one command.
+adapter            :Default NVMe Controller the following CLI commands refers to.
+version            :Show API, CLI and support firmware version
+smart              :Get SSD adapter smart info.
+flash              :Update flash image.
+log                :For show/on/off SPI log
+info               :For display NVMe Controller(hba), virtual disk(vd), physical disk(pd) or Namespace(ns) information.
+event              :For getting event from NVMe Controller.
+import             :For import VD
+init               :For start or stop VD initialization.
+mp                 :For start or stop media patrol for a virtual disk.
+rebuild            :For start or stop VD rebuild.
+debuglv            :For switch debug level target
+get                :For getting configuration information of NVMe Controller.
+set                :For setting configuration parameters of NVMe Controller.
+passthru           :Passthrough NVMe admin command to backend device
+spi                :Read and write SPI data. Maximal size of SPI data is 4096 bytes.
+vd                 :For VD create and delete
+reset              :For reset back-end device
+[Notice]
+  <Default GPIO setting>
+    Set power: 
+        Power pin id 0 means control GPIO4
+        Power pin id 1 means control GPIO5
+    Set perstn
+        PD id 0 means control GPIO8
+        PD id 1 means control GPIO9
+        PD id 2 means control GPIO10
+        PD id 3 means control GPIO11
+led                :For control LED of device
+vpd                :For switch VPD access target
+dumphba            :For dump hba info data structure
+gpio               :For GPIO setting in HBA info (Only for GPIO 4 to 7)
+ns                 :For namespace management
+vpdread            :Read VPD via standard MI-Send and MI-Receive
+)"));
+  std::string hidden;
+  for (int i = 0; i < hiddenCmdTableV1Size(); ++i)
+    hidden += std::string(hiddenCmdTableV1[i].cmd) + hiddenCmdTableV1[i].cmdShortHelp + "\n";
+  EXPECT_EQ(hidden, R"(--debug
+gen:Using for generate PRP data which file name is prp_data and size is 4K for nvme standard admin command
+reg:For read and write PCIe register. Maximal size of data is 4 bytes.
+kxf:For control manufacture flash tool
+protect:For control protection area
+i2c:For test i2c device
+pcie:For get PCIe information from backend device
+sriov:For control SRIOV feature
+hotkey:For hotkey.
+mi_passthruread:Read pass-through command via standard MI-Send and MI-Receive
+mi_passthruwrite:Write pass-through command via standard MI-Send
+)");
   EXPECT_THAT(overview, Not(HasSubstr("kxf")));
   EXPECT_THAT(overview, EndsWith("trx_cli 1 info -o pd\n\n"));
 }

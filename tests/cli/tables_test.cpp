@@ -87,6 +87,13 @@ TEST_P(CommandWord, AnswersTheUsualQuestions) {
   EXPECT_EQ(asked.err, word == "help" || word == "?" ? word + ": illegal option -- h\n" : "");
   CommandResult unknown = session.run(word + " -Z");
   EXPECT_EQ(unknown.status, row.unknown);
+  static const std::set<std::string> helpful{
+      "?",    "help", "flash", "ns",  "hotkey", "vpd",     "vpdread",         "spi",
+      "gpio", "gen",  "reg",   "i2c", "pcie",   "dumphba", "mi_passthruread", "mi_passthruwrite"};
+  EXPECT_EQ(unknown.out, helpful.contains(word) ? "Description" + help
+                         : word == "info"       ? "info: option -o is required\n"
+                         : word == "--debug"    ? "Set debug mode to enable\n"
+                                                : "");
   if (word != "hotkey") {
     EXPECT_EQ(unknown.err, word + ": illegal option -- Z\n");
   }
