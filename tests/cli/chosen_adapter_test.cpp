@@ -14,7 +14,7 @@ using namespace ::testing;
 
 TEST(ChosenAdapter, IsTheOnlyOneThatIsAsked) {
   CliSession session("two_raid");
-  session.host().sim("image", {session.host().directory() / "i", "--size", "4096"});
+  session.host().sim("image", {session.host().directory() / "i", "--size", "8192"});
   const std::string image = " -f " + (session.host().directory() / "i").string();
   const struct { std::string line; const char *says; size_t requests; } rows[] = {
       {"info -o pd", "Total # of PD:          5\n", 6},  // as many tries as its ports and disks make
@@ -47,7 +47,8 @@ TEST(ChosenAdapter, IsTheOnlyOneThatIsAsked) {
       {"passthru -i 4 -o 6 -r read --cdw10=1 -d 16", "success", 1},
       {"flash -o hba -i 0 -q firmware", "", 2},
       {"flash -o pd -q firmware", "", 2},
-      {"flash -o pd -i 4 -s 1 -c 1" + image, "Flash NVMe Controller 1 disk 4 firmware success", 2},
+      {"flash -o pd -i 4 -s 1 -c 1" + image, "Flash NVMe Controller 1 disk 4 firmware success", 3},
+      {"flash -o hba -s 1 -c 1" + image, "flash NVMe Controller 1 firmware success", 3},
       {"flash -o pd -i 3 -s 1 -c 3", "Flash NVMe Controller 1 disk 3 firmware success", 1},
       {"vpd -t spi", "VPD access to SPI success.\n", 1},
       {"vpdread -o 0 -l 1", "success", 2},
@@ -68,11 +69,19 @@ TEST(ChosenAdapter, IsTheOnlyOneThatIsAsked) {
       {"sriov -a on", "success", 1},
   };
   gCurrentAdapter = 1;
+  dbg_enable = true;
+  const std::regex function(".* op=e2 .* cdw12=(\\w+) .*");
   for (const auto &row : rows) {
     SCOPED_TRACE(row.line);
     CommandResult result = session.run(row.line);
     EXPECT_THAT(result.out, HasSubstr(row.says)) << result.library;
-    EXPECT_THAT(session.requests(), AllOf(SizeIs(row.requests), Each(StartsWith("vmhba3 "))));
+    const Words requests = session.requests();
+    EXPECT_THAT(requests, AllOf(SizeIs(row.requests), Each(StartsWith("vmhba3 "))));
+    for (const std::string &request : requests) {
+      std::smatch words;
+      if (!std::regex_match(request, words, function) || words[1] == "2fe") continue;  // the state of the log
+      EXPECT_THAT(result.out, HasSubstr("CDW[12]: 0x" + std::string(8 - words[1].length(), '0') + words[1].str() + "\n"));
+    }
   }
   EXPECT_EQ(session.host().violations(), "");
 }
@@ -88,8 +97,12 @@ TEST(ChosenAdapter, GivesWayWhereAnotherIsNamed) {
       {"import -l 2", "VD 2 import successfully.\n=> 0\n< " + other + "op=e2 cdw12=e2 cdw14=2 len=4096\n< " + other + "op=e2 cdw12=6e2 cdw14=2\n"},
       {"set -o hba -i 0 -a on", "HBA configuration is updated.\n=> 0\n< " + config + "\n< op=e2 cdw12=2e0 cdw14=201\n"},
       {"get -o hba -i 0", "NVMe Controller Index:   0\nAuto Rebuild:            on\nBGA Rate:                Medium\n\n=> 0\n< " + config + "\n"},
-      {"adapter -i 0", "NVMe Controller 0 set as default CLI commands refers to.\n=> 0\n"},
+      {"!image @i --size 8192", ""},
+      {"flash -o hba -i 0 -s 1 -c 1 -f @i",
+       "start to flash NVMe Controller 0 firmware failed (Invalid firmware image, please check image and try again.)\n=> 1\n"},
   });
+  session.run("info -o hba -i 0");  // but the primary controller is that of the chosen adapter
+  EXPECT_THAT(session.requests(), ElementsAre(StartsWith("vmhba2 admin op=e2 "), StartsWith("vmhba3 admin op=6 ")));
 }
 
 // clang-format on

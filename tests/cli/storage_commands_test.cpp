@@ -181,6 +181,9 @@ TEST(Ns, BoundsItsLists) {
   EXPECT_EQ(session.run("ns -d " + list.substr(2)).out, "Error action!\n");
   session.run("ns -a detach -i 1 -d 0,1");
   EXPECT_THAT(session.requests().back(), EndsWith("dir=0 len=4096 out=0200000001"));
+  g_oneBaseMode = 1;
+  session.run("ns -a detach -i 1 -d 3,65536");
+  EXPECT_THAT(session.requests().back(), EndsWith("nsid=1 cdw2=0 cdw10=1 cdw11=0 cdw12=0 cdw13=0 cdw14=0 cdw15=0 dir=0 len=4096 out=02000200ffff"));
   g_pAdInfos[0].MaxNS = 255;  // more than the 170 entries of a reply
   session.run("ns -p ctrl");
   EXPECT_THAT(session.requests(), SizeIs(1 + 4 + 1)) << "the list, its four namespaces, the primary";
