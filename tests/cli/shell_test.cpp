@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <fstream>
 
 #include "SimHost.h"
@@ -27,6 +28,7 @@ class Terminal {
     pid_ = forkpty(&descriptor_, nullptr, nullptr, nullptr);
     if (pid_ == 0) {
       setenv("TERM", "xterm", 1);
+      signal(SIGINT, SIG_DFL);  // a test in the background has it ignored
       std::vector<char *> argv;
       for (std::string &word : words) argv.push_back(word.data());
       argv.push_back(nullptr);
