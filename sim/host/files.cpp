@@ -26,6 +26,10 @@ void writeAll(int fd, std::span<const char> data, const std::string &path) {
 
 }  // namespace
 
+Provisional::~Provisional() {
+  if (!path_.empty()) unlink(path_.c_str());
+}
+
 Descriptor::~Descriptor() {
   if (fd_ >= 0) close(fd_);
 }
@@ -68,17 +72,31 @@ void replaceFile(const std::string &path, std::span<const std::span<const char>>
   static std::atomic<unsigned> serial{0};
   // The name is our own, so that two processes never write the same temporary file.
   std::string temporary = path + "." + std::to_string(getpid()) + "." + std::to_string(++serial) + ".tmp";
+  Provisional made(temporary);
   {
     Descriptor file(open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));
     if (!file) fail(temporary);
     for (std::span<const char> part : parts) writeAll(file.get(), part, temporary);
   }
   if (rename(temporary.c_str(), path.c_str()) != 0) fail(path);
+  made.keep();
 }
 
 void replaceFile(const std::string &path, std::string_view text, unsigned mode) {
   const std::span<const char> parts[] = {{text.data(), text.size()}};
   replaceFile(path, parts, mode);
+}
+
+void writeInto(const std::string &path, std::string_view content) {
+  struct stat facts {};
+  const bool there = stat(path.c_str(), &facts) == 0;
+  if (there && !S_ISREG(facts.st_mode)) throw HostError(path + ": is no regular file");
+  Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+  if (!file) fail(path);
+  Provisional made(path);
+  if (there) made.keep();
+  writeAll(file.get(), {content.data(), content.size()}, path);
+  made.keep();
 }
 
 void appendLine(const std::string &path, std::string_view line) {

@@ -46,12 +46,29 @@ class FileLock {
   int fd_;
 };
 
+/// Takes a file that was begun away again, unless it is kept.
+class Provisional {
+ public:
+  explicit Provisional(std::string path) : path_(std::move(path)) {}
+  ~Provisional();
+  Provisional(const Provisional &) = delete;
+  Provisional &operator=(const Provisional &) = delete;
+  void keep() { path_.clear(); }
+
+ private:
+  std::string path_;
+};
+
 /// The whole file; an empty optional-like flag in `exists` when there is none.
 std::vector<char> readWhole(const std::string &path, bool &exists);
 std::string readText(const std::string &path, bool &exists);
-/// Writes a temporary file beside `path` and renames it: a reader sees the old or the new content.
+/// Writes a temporary file beside `path` and renames it: a reader sees the old or the new content. What
+/// could not be written whole leaves nothing behind.
 void replaceFile(const std::string &path, std::span<const std::span<const char>> parts, unsigned mode = 0644);
 void replaceFile(const std::string &path, std::string_view text, unsigned mode = 0644);
+/// Writes into the file that stands at `path`, or at the end of its links, or into a new one. Throws
+/// HostError when something else than a file stands there.
+void writeInto(const std::string &path, std::string_view content);
 /// Appends with a single write, so that lines of several processes never mix. Failures are ignored.
 void appendLine(const std::string &path, std::string_view line);
 

@@ -93,7 +93,7 @@ std::vector<uint8_t> imageBytes(const ImagePlan &plan) {
 int imageVerb(const Arguments &arguments) {
   ImagePlan plan = planOf(arguments.words);
   std::vector<uint8_t> image = imageBytes(plan);
-  replaceFile(plan.path, std::string_view(reinterpret_cast<const char *>(image.data()), image.size()));
+  writeInto(plan.path, std::string_view(reinterpret_cast<const char *>(image.data()), image.size()));
   return 0;
 }
 

@@ -55,16 +55,15 @@ std::vector<uint8_t> smbiosFile() {
 /// A recording is evidence: one that is there already is not written over. Serial numbers are in it,
 /// so it is its owner's alone.
 void beginRecording(const std::string &path, bool mask) {
-  {
-    Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    std::string title = std::string(kRecordingTitle) + "\n";
-    if (!file || write(file.get(), title.data(), title.size()) != static_cast<ssize_t>(title.size()))
-      throw HostError(path + ": " + std::strerror(errno));
-  }
+  Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  if (!file) throw HostError(path + ": " + std::strerror(errno));
+  Provisional begun(path);
+  writeInto(path, std::string(kRecordingTitle) + "\n");
   std::vector<uint8_t> smbios = smbiosFile();
   if (mask) maskSmbios(smbios);
   appendRecorded(path, {.head = std::string(kLspciHead), .from = lspciListing()});
   appendRecorded(path, {.head = std::string(kSmbiosHead), .from = std::move(smbios)});
+  begun.keep();
 }
 
 }  // namespace
