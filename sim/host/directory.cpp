@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/directory.h"
 
+#include <fcntl.h>
 #include <semaphore.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <sstream>
 
@@ -18,6 +22,37 @@ namespace fs = std::filesystem;
 
 std::string hostPath(const std::string &directory) { return directory + "/host"; }
 
+bool marked(const std::string &directory) {
+  std::error_code error;
+  return fs::is_regular_file(markPath(directory), error);
+}
+
+[[noreturn]] void fail(const std::string &path) { throw HostError(path + ": " + std::strerror(errno)); }
+
+/// Somebody else may make it in the same moment.
+void makeMark(const std::string &path) {
+  constexpr std::string_view kText = "trx_sim keeps a simulated host in this directory.\n";
+  Descriptor mark(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+  if (!mark && errno == EEXIST) return;
+  if (!mark || write(mark.get(), kText.data(), kText.size()) < 0) fail(path);
+}
+
+/// Makes a directory ours, if it is new or empty. @return the mark, opened
+Descriptor claim(const std::string &directory) {
+  std::error_code error;
+  fs::create_directories(directory, error);
+  const bool empty = !error && fs::is_empty(directory, error);
+  if (error) throw HostError(directory + ": " + error.message());
+  if (empty) makeMark(markPath(directory));
+  if (!marked(directory))
+    throw HostError(directory +
+                    ": has files in it and is no simulated host's; name a new or an empty directory, or "
+                    "empty this one if its host is of an earlier version");
+  Descriptor mark(open(markPath(directory).c_str(), O_RDONLY | O_CLOEXEC));
+  if (!mark) fail(markPath(directory));
+  return mark;
+}
+
 /// Files that a host makes; nothing else in the directory is ever removed.
 bool ours(const std::string &name) {
   for (const char *whole : {"host", "topology.json", "smbios", "faults", "violations.log"})
@@ -27,9 +62,13 @@ bool ours(const std::string &name) {
   return false;
 }
 
+void removeFile(const std::string &path) {
+  if (unlink(path.c_str()) != 0) fail(path);
+}
+
 void removeOldFiles(const std::string &directory) {
   for (const fs::directory_entry &entry : fs::directory_iterator(directory))
-    if (ours(entry.path().filename().string())) fs::remove(entry.path());
+    if (ours(entry.path().filename().string())) removeFile(entry.path());
 }
 
 /// Locks of adapters that the new host does not have. The others stay: somebody may hold them.
@@ -39,7 +78,7 @@ void removeOldLocks(const std::string &directory, const HostPlan &plan) {
     std::string name = entry.path().stem().string();
     bool kept = false;
     for (const Adapter &adapter : plan.adapters) kept |= adapter.name() == name;
-    if (!kept) fs::remove(entry.path());
+    if (!kept) removeFile(entry.path());
   }
 }
 
@@ -51,12 +90,17 @@ void removeSemaphores(const std::string &directory) {
     sem_unlink((semaphorePrefix(directory) + "trxd" + place).c_str());
 }
 
-bool hostExists(const std::string &directory) { return fs::exists(hostPath(directory)); }
+std::string markPath(const std::string &directory) { return directory + "/.trx_sim_state"; }
 
-void createHost(const std::string &directory, const HostPlan &plan) {
+bool hostExists(const std::string &directory) {
   std::error_code error;
-  fs::create_directories(directory, error);
-  if (error) throw HostError(directory + ": " + error.message());
+  return marked(directory) && fs::exists(hostPath(directory), error);
+}
+
+void createHost(const std::string &directory, const HostPlan &plan, Replace replace) {
+  Descriptor mark = claim(directory);
+  FileLock lock(mark.get());
+  if (replace == Replace::No && hostExists(directory)) return;
   removeOldFiles(directory);
   removeOldLocks(directory, plan);
   removeSemaphores(directory);
@@ -77,7 +121,7 @@ namespace {
 
 std::istringstream hostFile(const std::string &directory) {
   bool exists = false;
-  std::string text = readText(hostPath(directory), exists);
+  std::string text = marked(directory) ? readText(hostPath(directory), exists) : "";
   if (!exists) throw HostError(directory + ": holds no simulated host; run 'trx_sim reset'");
   return std::istringstream(text);
 }

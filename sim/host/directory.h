@@ -21,10 +21,15 @@ struct HostPlan {
   std::string topologyText;  ///< the file it came from
 };
 
+/// A file that says that the directory is a simulated host's: nothing is touched in one that has other
+/// files and not this one. It is made first and stays, and faults are armed and struck under a lock on it.
+std::string markPath(const std::string &directory);
 /// Whether the directory holds a host.
 bool hostExists(const std::string &directory);
-/// Makes the directory's host anew: removes the files of the host before, its faults and its logs.
-void createHost(const std::string &directory, const HostPlan &plan);
+enum class Replace : bool { No, Yes };
+/// Makes the directory's host: removes the files of the host before, its faults and its logs, or leaves
+/// that host as it is. Throws HostError when the directory is somebody else's.
+void createHost(const std::string &directory, const HostPlan &plan, Replace replace = Replace::Yes);
 /// Adapter names in the driver's order. Throws HostError when there is no host.
 std::vector<std::string> adapterNames(const std::string &directory);
 /// The topology text that the host was made from.

@@ -97,7 +97,7 @@ std::string askedTopology(const Arguments &arguments) {
   return text;
 }
 
-void makeHost(const Arguments &arguments) {
+void makeHost(const Arguments &arguments, Replace replace) {
   HostPlan plan;
   try {
     plan = parseTopology(askedTopology(arguments));
@@ -118,7 +118,7 @@ void noWords(const Arguments &arguments, const char *verb) {
 std::span<const Verb> verbs() { return kVerbs; }
 
 void ensureHost(const Arguments &arguments) {
-  if (!hostExists(arguments.state)) return makeHost(arguments);
+  if (!hostExists(arguments.state)) return makeHost(arguments, Replace::No);
   if (arguments.topology.empty() || askedTopology(arguments) == topologyText(arguments.state)) return;
   throw HostError(
       arguments.state +
@@ -139,7 +139,7 @@ FileAndProgram fileAndProgram(const Arguments &arguments, const std::string &ver
 
 int resetHost(const Arguments &arguments) {
   noWords(arguments, "reset");
-  makeHost(arguments);
+  makeHost(arguments, Replace::Yes);
   return 0;
 }
 
