@@ -4,11 +4,12 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <random>
 #include <sstream>
 
-#include "host/files.h"
+#include "host/directory.h"
 
 namespace sim {
 namespace {
@@ -41,9 +42,16 @@ uint32_t number(const std::string &word, const std::string &text, int base) {
   return static_cast<uint32_t>(value);
 }
 
+/// A word of the fault's line, so that it is read back as it was.
+std::string adapterName(const std::string &text) {
+  if (text != "*" && !plainName(text))
+    throw HostError("fault: adapter='" + text + "' is no name of lower-case letters and digits");
+  return text;
+}
+
 bool parseMatch(Fault &fault, const std::string &word, const std::string &text) {
   if (word == "adapter")
-    fault.adapter = text;
+    fault.adapter = adapterName(text);
   else if (word == "op")
     fault.opcode = number(word, text, 16);
   else if (word == "group")
@@ -74,9 +82,10 @@ bool parseKind(Fault &fault, const std::string &word, const std::string &text, b
 
 std::string path(const std::string &directory) { return directory + "/faults"; }
 
+/// A lock file of its own could be an adapter's of the same name.
 Descriptor lockFaults(const std::string &directory) {
-  Descriptor file(open((directory + "/faults.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
-  if (!file) throw HostError(directory + "/faults.lock: cannot be opened");
+  Descriptor file(open(markPath(directory).c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file) throw HostError(markPath(directory) + ": " + std::strerror(errno));
   return file;
 }
 

@@ -15,6 +15,11 @@ auto *findIn(Range &range, Match match) {
 
 }  // namespace
 
+bool plainName(std::string_view text) {
+  constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyz0123456789";
+  return !text.empty() && text.size() <= 20 && text.find_first_not_of(kPlain) == text.npos;
+}
+
 const Disk *findDisk(const Adapter &adapter, uint32_t id) {
   return findIn(adapter.disks, [id](const Disk &d) { return d.id == id && d.present; });
 }

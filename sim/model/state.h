@@ -246,6 +246,9 @@ struct Adapter {
   std::string_view name() const { return core.name; }
 };
 
+/// Whether a text can be an adapter's name: lower-case letters and digits, few enough for a file's name.
+bool plainName(std::string_view text);
+
 Disk *findDisk(Adapter &adapter, uint32_t id);
 const Disk *findDisk(const Adapter &adapter, uint32_t id);
 Volume *findVolume(Adapter &adapter, uint32_t id);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/signature.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "host/directory.h"
@@ -41,12 +40,6 @@ std::string checkCallback(const vmk_MgmtCallbackInfo &given, const ExpectedCallb
       return which + "parameter " + std::to_string(i + 1) + " has the wrong type";
   }
   return {};
-}
-
-bool plainName(const std::string &name) {
-  return !name.empty() && std::all_of(name.begin(), name.end(), [](unsigned char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '-';
-  });
 }
 
 template <size_t N>

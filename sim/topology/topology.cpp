@@ -341,8 +341,7 @@ void readI2c(JsonObject &json, AdapterCore &core) {
 
 void readCore(JsonObject &json, size_t index, AdapterCore &core, Millis now) {
   std::string name = json.text("name", "vmhba" + std::to_string(index + 2), 20);
-  bool plain = !name.empty() && name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789") == name.npos;
-  if (!plain) json.refuse("name", "must be lower-case letters and digits, such as \"vmhba2\"");
+  if (!plainName(name)) json.refuse("name", "must be lower-case letters and digits, such as \"vmhba2\"");
   putText(core.name, name, '\0');
   core.supported = json.flag("supported", true);
   core.index = static_cast<uint32_t>(index);

@@ -80,10 +80,18 @@ TEST_F(Faults, WordsAreCheckedAndReadBack) {
   for (std::vector<std::string> words :
        {std::vector<std::string>{}, {"op=e2"}, {"op=zz", "ones"}, {"nth=0", "ones"}, {"nvme"}, {"what"}})
     EXPECT_THROW(sim::parseFault(words), sim::HostError) << testing::PrintToString(words);
+  EXPECT_THROW(sim::parseFault({"adapter=x y", "ones"}), sim::HostError);
   std::string text = "adapter=vmhba3 op=cb group=e0 sub=1 nth=2 count=7 short=100";
   arm({"adapter=vmhba3", "op=cb", "group=e0", "sub=1", "nth=2", "count=7", "short=100"});
   ASSERT_EQ(sim::listFaults(directory).size(), 1U);
   EXPECT_EQ(sim::faultText(sim::listFaults(directory)[0]), text);
+}
+
+TEST_F(Faults, AnAdapterMayBeCalledSo) {
+  make(R"({"adapters": [{"name": "faults"}]})");
+  arm({"adapter=faults", "nvme=0x106"});
+  Page page;
+  EXPECT_EQ(function(0xE0, 0, page, "faults").folded(), 0x106U);
 }
 
 }  // namespace
