@@ -62,6 +62,7 @@ class Context {
 
   const Adapter &state() const { return session_.state(); }
   Adapter &change() { return session_.change(); }
+  Adapter &changeByItself() { return session_.changeByItself(); }
   Millis now() const { return session_.now(); }
   Session &session() { return session_; }
 

@@ -127,7 +127,7 @@ void runForDisk(Context &context, const Command &command, bool read, Completion 
   NvmeStatus status = forward(context, {*disk, command, command.dword(15)}, read, completion);
   if (status == 0) return fitData(completion, command.wanted);
   // A disk counts the commands that it refused.
-  ++findDisk(context.change(), command.nsid)->smart.errorLogEntries;
+  ++findDisk(context.changeByItself(), command.nsid)->smart.errorLogEntries;
   finish(completion, status);
 }
 

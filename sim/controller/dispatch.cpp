@@ -70,7 +70,7 @@ void logCommand(Context &context, const Command &command, const char *name, cons
   std::snprintf(line, sizeof line, "admin %02xh %s: nsid %u, dwords %x %x %x %x, status %x", command.opcode,
                 name, command.nsid, command.dword(10), command.dword(12), command.dword(13),
                 command.dword(14), completion.sct << 8 | completion.sc);
-  spiLine(context.change(), context.now(), line);
+  spiLine(context.changeByItself(), context.now(), line);
 }
 
 }  // namespace

@@ -71,9 +71,12 @@ void StagedImage::put(uint64_t offset, std::span<const uint8_t> segment) {
   int begin = offset == 0 ? O_TRUNC : 0;
   Descriptor file(open(path_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | begin, 0644));
   auto place = static_cast<off_t>(offset);
-  if (!file ||
-      pwrite(file.get(), segment.data(), segment.size(), place) != static_cast<ssize_t>(segment.size()))
-    throw HostError(path_ + ": " + std::strerror(errno));
+  ssize_t written = file ? pwrite(file.get(), segment.data(), segment.size(), place) : -1;
+  if (written == static_cast<ssize_t>(segment.size())) return;
+  std::string why = std::strerror(written < 0 ? errno : ENOSPC);
+  // The sender may send the segment again.
+  if (written > 0 && ftruncate(file.get(), place) != 0) why += ", and the image is cut";
+  throw HostError(path_ + ": " + why);
 }
 
 std::vector<uint8_t> StagedImage::bytes() const {

@@ -181,6 +181,10 @@ AdapterFiles::AdapterFiles(const std::string &directory, const std::string &name
       name_(name),
       lockFile_(open(lockPath(directory, name).c_str(), O_RDWR | O_CLOEXEC)),
       cache_(cachedAdapter(statePath(directory, name))) {
+  if (lockFile_) return;
+  // A controller can be read where nothing can be written.
+  readOnly_ = errno;
+  lockFile_ = Descriptor(open(lockPath(directory, name).c_str(), O_RDONLY | O_CLOEXEC));
   if (!lockFile_) throw HostError(lockPath(directory, name) + ": " + std::strerror(errno));
 }
 
@@ -223,19 +227,28 @@ Session::Session(AdapterFiles &files)
     cache_.adapter = decodeAdapter(bytes, path);
     cache_.generation = head_.generation;
   }
-  if (advanceDue(cache_.adapter, now_)) advance(change(), now_);
+  if (advanceDue(cache_.adapter, now_)) advance(changeByItself(), now_);
 }
 
 std::string Session::sideFile(const std::string &suffix) const {
   return files_.directory_ + "/" + files_.name_ + "." + suffix;
 }
 
-void Session::writeHead() { putHead(files_.lockFile_.get(), head_); }
+void Session::writeLock(const void *data, size_t length, int64_t at) {
+  int why = files_.readOnly_;
+  if (why == 0) {
+    ssize_t written = pwrite(files_.lockFile_.get(), data, length, at);
+    if (written == static_cast<ssize_t>(length)) return;
+    why = written < 0 ? errno : ENOSPC;
+  }
+  throw HostError(lockPath(files_.directory_, files_.name_) + ": " + std::strerror(why));
+}
+
+void Session::writeHead() { writeLock(&head_, sizeof head_, 0); }
 
 void Session::keepAnswer(const LockHead &pair, std::span<const uint8_t, 4096> answer) {
-  int fd = files_.lockFile_.get();
-  if (pwrite(fd, answer.data(), answer.size(), kPairAnswerAt) != static_cast<ssize_t>(answer.size()))
-    throw HostError(std::string("lock file: ") + std::strerror(errno));
+  writeLock(answer.data(), answer.size(), kPairAnswerAt);
+  answered_ = true;
   head_.pairOwner = pair.pairOwner;
   std::memcpy(head_.pairWords, pair.pairWords, sizeof head_.pairWords);
   head_.pairWordCount = pair.pairWordCount;
@@ -256,19 +269,29 @@ void Session::dropAnswer() {
   writeHead();
 }
 
-void Session::commit() {
-  if (!dirty_) return;
+void Session::writeState() {
   // The generation goes first: a process killed between the two costs the others one needless reload.
   ++head_.generation;
   writeHead();
   putState(statePath(files_.directory_, files_.name_), cache_.adapter);
   cache_.generation = head_.generation;
-  dirty_ = false;
+  dirty_ = byItself_ = false;
+}
+
+void Session::commit() {
+  if (!dirty_ && !byItself_) return;
+  try {
+    writeState();
+  } catch (const std::exception &) {
+    if (!dirty_) return;
+    if (answered_) dropAnswer();
+    throw;
+  }
 }
 
 Session::~Session() {
   // What was changed but not written must not be seen by the next exchange of this process.
-  if (dirty_) cache_.generation = 0;
+  if (dirty_ || byItself_) cache_.generation = 0;
 }
 
 }  // namespace sim

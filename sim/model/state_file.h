@@ -55,12 +55,15 @@ class AdapterFiles {
  private:
   friend class Session;
   std::string directory_, name_;
+  int readOnly_ = 0;  ///< why nothing can be written, as an errno; 0: it can
   Descriptor lockFile_;
   std::shared_ptr<CachedAdapter> cache_;
 };
 
 /// One exchange with an adapter: locked against other threads and processes from start to end.
-/// Reading is free; `change` marks the state to be written by `commit`.
+/// Reading is free; `change` marks the state to be written by `commit`. What goes on by itself, such as
+/// the progress of activities and the SPI log, is no change of the exchange: it may be lost on a full disk,
+/// and the exchange goes on.
 class Session {
  public:
   explicit Session(AdapterFiles &files);
@@ -70,7 +73,11 @@ class Session {
     dirty_ = true;
     return cache_.adapter;
   }
-  /// Whether anything is to be written; a function that refused has changed nothing and says so.
+  Adapter &changeByItself() {
+    byItself_ = true;
+    return cache_.adapter;
+  }
+  /// Whether a change is to be written; a function that refused has changed nothing and says so.
   bool changed() const { return dirty_; }
   void unchanged() { dirty_ = false; }
   Millis now() const { return now_; }
@@ -82,12 +89,15 @@ class Session {
   void takeAnswer(std::span<uint8_t, 4096> answer);
   void dropAnswer();
 
-  /// Writes the state if it was changed. Without it the change is forgotten.
+  /// Writes the state if it was changed. Without it the change is forgotten. Throws HostError when the
+  /// change cannot be written, and an answer that was kept is dropped.
   void commit();
   ~Session();
 
  private:
+  void writeLock(const void *data, size_t length, int64_t at);
   void writeHead();
+  void writeState();
 
   AdapterFiles &files_;
   CachedAdapter &cache_;
@@ -96,6 +106,8 @@ class Session {
   LockHead head_{};
   Millis now_ = 0;
   bool dirty_ = false;
+  bool byItself_ = false;
+  bool answered_ = false;
 };
 
 std::string statePath(const std::string &directory, const std::string &name);

@@ -96,6 +96,15 @@ int carryOut(Session &session, const Command &command, const std::optional<Fault
   return 0;
 }
 
+/// The host failed the controller: its disk is full, say, or its memory. A completion of zeros would say
+/// that the command went well.
+void failInternally(usr_io &uio, const std::exception &why) {
+  std::fprintf(stderr, "trx_sim: %s\n", why.what());
+  uio.comp = cq_entry{};
+  uio.comp.SC = TRX_NVME_SC_INTERNAL;
+  uio.status = kDriverFailure;
+}
+
 void deliver(const Command &command, Completion &completion, usr_io &uio) {
   uio.comp = cq_entry{};
   uio.comp.param = completion.dw0;
@@ -149,7 +158,12 @@ int adapterIoctl(AdapterFiles &files, const uint32_t *code, usr_io *uio) {
     recordViolation(files.directory(), files.name() + ": ioctl code " + std::to_string(*code));
     return EINVAL;
   }
-  int result = adminCommand(files, *uio);
+  int result = 0;
+  try {
+    result = adminCommand(files, *uio);
+  } catch (const std::exception &error) {
+    failInternally(*uio, error);
+  }
   traceExchange(files.name(), *uio, result);
   return result;
 }

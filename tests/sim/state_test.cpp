@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The state directory: it survives processes, kills and neighbours, and a broken one is refused.
 #include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "model/state_file.h"
 #include "seam.h"
@@ -83,6 +85,36 @@ TEST_F(State, BrokenAndForeignFilesAreRefusedWithTheReason) {
     EXPECT_NE(why.find("trx_sim reset"), std::string::npos) << row.what << ": " << why;
   }
   EXPECT_NO_THROW(sim::decodeAdapter(whole, path));
+}
+
+TEST_F(State, ThatCannotBeWrittenIsAnInternalErrorAndNoLostController) {
+  usr_io log = block(0xE2, 0x3FE);  // from here on each command writes a line by itself
+  log.cmd.cdw14 = 1;
+  ASSERT_TRUE(send(log).ok());
+  const auto tellsOfIt = [] {
+    usr_io change = block(0xE2, 0x2E0);
+    change.cmd.cdw14 = TRX_BGA_RATE_LOW << 8;
+    const Result result = send(change);
+    NVME_VD_Config_Request names{};
+    names.header.numRequested = 1;
+    Page page;
+    return result.platform == 0 && result.status == 5 && result.folded() == 6 &&
+           pair({0xE2, 2}, names) == 0x1000 && pair({0xE2, 2}, names) == 0x1000 &&
+           function(0x1E0, 0, page).ok() && page.at<NVME_Adapter_Config>(8).BGARate != TRX_BGA_RATE_LOW;
+  };
+  EXPECT_EQ(inChild([&] {
+              const rlimit room{8192, 8192};  // enough for the lock file
+              return signal(SIGXFSZ, SIG_IGN) != SIG_ERR && setrlimit(RLIMIT_FSIZE, &room) == 0 &&
+                     tellsOfIt();
+            }),
+            0);
+  for (const auto &file : std::filesystem::directory_iterator(directory)) {
+    EXPECT_NE(file.path().extension(), ".tmp") << "what was not written whole must go";
+    chmod(file.path().c_str(), 0444);
+  }
+  chmod(directory.c_str(), 0555);
+  EXPECT_EQ(inChild([&] { return (geteuid() != 0 || setuid(65534) == 0) && tellsOfIt(); }), 0);
+  chmod(directory.c_str(), 0755);
 }
 
 }  // namespace
