@@ -103,7 +103,7 @@ std::vector<uint8_t> bytesOf(const Record &record) {
 template <typename Record>
 Record recordFrom(std::span<const uint8_t> bytes) {
   Record record{};
-  std::memcpy(&record, bytes.data(), std::min(bytes.size(), sizeof record));
+  if (!bytes.empty()) std::memcpy(&record, bytes.data(), std::min(bytes.size(), sizeof record));
   return record;
 }
 

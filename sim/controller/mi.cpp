@@ -53,18 +53,22 @@ Fw checkVpd(const Adapter &adapter, std::span<const uint8_t> message) {
   return opcode == kVpdWrite && length > message.size() - kHead ? Fw::InvalidParameter : Fw::Ok;
 }
 
+Fw checkContent(const Adapter &adapter, std::span<const uint8_t> message) {
+  if (message.size() < kHead) return Fw::InvalidRequest;
+  if (message[1] != kAdminCommand) return checkVpd(adapter, message);
+  return message.size() < kAdminMessage ? Fw::InvalidRequest : checkTunnel(adapter, message);
+}
+
 }  // namespace
 
 void runMiSend(Context &context, const Command &command, Completion &completion) {
   if (std::string wrong = checkMessage(command); !wrong.empty())
     return context.breach("NVMe-MI Send: " + wrong);
   std::span<const uint8_t> message = command.in;
-  bool tunnel = message[1] == kAdminCommand;
-  Fw status = tunnel ? checkTunnel(context.state(), message) : checkVpd(context.state(), message);
-  if (status != Fw::Ok) return completion.refuse(status);
+  if (Fw status = checkContent(context.state(), message); status != Fw::Ok) return completion.refuse(status);
 
   AdapterCore &core = context.change().core;
-  if (!tunnel && dwordAt(message, 4) == kVpdWrite) {
+  if (message[1] != kAdminCommand && dwordAt(message, 4) == kVpdWrite) {
     std::copy_n(message.begin() + kHead, dwordAt(message, 12),
                 core.vpd[core.vpdTarget] + dwordAt(message, 8));
     core.miRequestLength = 0;  // nothing to receive
@@ -80,14 +84,13 @@ void runMiReceive(Context &context, const Command &command, Completion &completi
   if (command.wanted == 0) return context.breach("NVMe-MI Receive: no data buffer");
   if (core.miRequestLength == 0) return context.breach("NVMe-MI Receive: no message was sent before it");
   std::span<const uint8_t> message(core.miRequest, core.miRequestLength);
+  // A disk may have been pulled since, and a state file is believed no more than a caller.
+  if (Fw status = checkContent(context.state(), message); status != Fw::Ok) return completion.refuse(status);
   completion.data.assign(kAnswerHead, 0);
   completion.data[0] = kMessageType;
   completion.data[1] = message[1];
   if (message[1] == kAdminCommand) {
-    // The disk may have been pulled since.
-    const Disk *disk = findDisk(context.state(), adminDword(message, 1));
-    if (!disk) return completion.refuse(Fw::InvalidDisk);
-    appendRecord(completion.data, identifyDisk(*disk));
+    appendRecord(completion.data, identifyDisk(*findDisk(context.state(), adminDword(message, 1))));
   } else {
     const uint8_t *vpd = core.vpd[core.vpdTarget] + dwordAt(message, 8);
     completion.data.insert(completion.data.end(), vpd, vpd + dwordAt(message, 12));

@@ -148,6 +148,8 @@ void advanceClock(const std::string &directory, Millis by) {
   std::optional<Millis> clock = standingClock(directory);
   if (!clock)
     throw HostError(directory + ": the clock of this host is the real one; give its topology a \"clock\"");
+  if (by > kLatest - *clock)
+    throw HostError(directory + ": the clock ends at " + std::to_string(kLatest / 1000) + " seconds");
   std::ostringstream host;
   host << "clock " << *clock + by << "\n";
   for (const std::string &name : adapterNames(directory)) {

@@ -16,6 +16,8 @@ namespace sim {
 
 /// Times of the model are milliseconds since 1970, or since whatever the topology's clock says.
 using Millis = int64_t;
+/// The last moment that a journal line can tell: seconds are 32 bits there.
+constexpr Millis kLatest = Millis{UINT32_MAX} * 1000;
 
 /// Firmware status values: byte 4 of a reply, or the status code of a vendor-specific completion.
 enum class Fw : uint8_t {

@@ -11,6 +11,7 @@
 #include <map>
 
 #include "model/activities.h"
+#include "model/sound.h"
 
 namespace sim {
 namespace {
@@ -24,6 +25,8 @@ struct StateHead {
   uint64_t length;
   uint64_t checksum;
 };
+
+static_assert(sizeof(StateHead) == kStateHeadBytes);
 
 uint64_t checksumOf(std::span<const char> bytes) {
   uint64_t sum = 0xcbf29ce484222325ULL;
@@ -153,10 +156,14 @@ std::vector<char> encodeAdapter(const Adapter &adapter) {
   bytes.resize(sizeof(StateHead));
   Writer writer(bytes);
   eachPart(writer, adapter);
-  std::span<const char> body = std::span<const char>(bytes).subspan(sizeof(StateHead));
-  StateHead head{kStateMagic, kStateVersion, body.size(), checksumOf(body)};
-  std::memcpy(bytes.data(), &head, sizeof head);
+  sealState(bytes);
   return bytes;
+}
+
+void sealState(std::span<char> file) {
+  std::span<const char> body = file.subspan(sizeof(StateHead));
+  StateHead head{kStateMagic, kStateVersion, body.size(), checksumOf(body)};
+  std::memcpy(file.data(), &head, sizeof head);
 }
 
 Adapter decodeAdapter(std::span<const char> bytes, const std::string &path) {
@@ -172,7 +179,7 @@ Adapter decodeAdapter(std::span<const char> bytes, const std::string &path) {
   Adapter adapter;
   Reader reader(body, path);
   eachPart(reader, adapter);
-  if (!reader.done() || adapter.journal.size() != 1) reader.broken();
+  if (!reader.done() || !sound(adapter)) reader.broken();
   return adapter;
 }
 
@@ -214,7 +221,7 @@ void AdapterFiles::setClock(const std::string &directory, const std::string &nam
 Session::Session(AdapterFiles &files)
     : files_(files), cache_(*files.cache_), thread_(cache_.mutex), process_(files.lockFile_.get()) {
   head_ = readHead(files_.lockFile_.get());
-  if (head_.magic != kLockMagic || head_.version != kStateVersion)
+  if (head_.magic != kLockMagic || head_.version != kStateVersion || head_.clock > kLatest)
     throw HostError(lockPath(files_.directory_, files_.name_) +
                     ": broken or of another version; run 'trx_sim reset'");
   now_ = head_.clock >= 0 ? head_.clock : realTime();

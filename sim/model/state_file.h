@@ -29,7 +29,10 @@ struct LockHead {
 constexpr int64_t kPairAnswerAt = 4096;
 
 std::vector<char> encodeAdapter(const Adapter &adapter);
-/// Throws HostError with the reason when the bytes are not a whole state of this version.
+/// Writes the head of a state file: version, and length and checksum of what stands behind it.
+void sealState(std::span<char> file);
+constexpr size_t kStateHeadBytes = 24;
+/// Throws HostError with the reason when the bytes are not a whole and sound state of this version.
 Adapter decodeAdapter(std::span<const char> bytes, const std::string &path);
 
 /// An adapter's state as this process last saw it, shared by its handles.

@@ -84,7 +84,30 @@ TEST_F(State, BrokenAndForeignFilesAreRefusedWithTheReason) {
     EXPECT_NE(why.find(row.told), std::string::npos) << row.what << ": " << why;
     EXPECT_NE(why.find("trx_sim reset"), std::string::npos) << row.what << ": " << why;
   }
-  EXPECT_NO_THROW(sim::decodeAdapter(whole, path));
+  using Forgery = void (*)(sim::Adapter &);
+  const Forgery forgeries[] = {
+      [](sim::Adapter &a) { std::memset(a.core.name, 'a', sizeof a.core.name); },
+      [](sim::Adapter &a) { a.core.vpdTarget = 2; },
+      [](sim::Adapter &a) { a.core.miRequestLength = 4097; },
+      [](sim::Adapter &a) { a.core.firmware.pending = 9; },
+      [](sim::Adapter &a) { a.core.smart.since = INT64_MIN; },
+      [](sim::Adapter &a) { a.disks[1].sectorSize = 0; },
+      [](sim::Adapter &a) { a.disks[1].firmware.active = 0; },
+      [](sim::Adapter &a) { a.volumes[1].memberCount = 33; },
+      [](sim::Adapter &a) { a.volumes[1].forcedStatus = 12; },
+      [](sim::Adapter &a) { a.namespaces[1].owner = 64; },
+      [](sim::Adapter &a) { a.activities[0].slot = 32; },
+      [](sim::Adapter &a) { a.activities[0].type = 8; },
+      [](sim::Adapter &a) { a.activities[0].newMemberCount = 33; },
+      [](sim::Adapter &a) { a.journal[0].page = 16; },
+      [](sim::Adapter &a) { a.journal[0].used = 4057; },
+  };
+  for (const Forgery &forge : forgeries) {
+    sim::Adapter adapter = sim::decodeAdapter(whole, path);
+    forge(adapter);
+    EXPECT_NE(refusal([&] { sim::decodeAdapter(sim::encodeAdapter(adapter), path); }), "")
+        << "forgery " << &forge - forgeries;
+  }
 }
 
 TEST_F(State, ThatCannotBeWrittenIsAnInternalErrorAndNoLostController) {
