@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/files.h"
+#include "topology/json_parse.h"
 
 namespace sim {
 
@@ -24,7 +25,7 @@ class JsonObject {
 
   [[noreturn]] void refuse(const std::string &word, const std::string &why) const {
     std::string place = place_.empty() || word.empty() ? place_ + word : place_ + "." + word;
-    throw HostError((place.empty() ? "topology" : place) + ": " + why);
+    throw HostError(printable((place.empty() ? "topology" : place) + ": " + why));
   }
 
   bool has(const char *word) {

@@ -9,6 +9,7 @@
 #include "model/firmware.h"
 #include "model/journal.h"
 #include "model/storage.h"
+#include "topology/json_parse.h"
 #include "topology/json_value.h"
 #include "trx/trx_product.h"
 
@@ -390,14 +391,6 @@ Adapter readAdapter(JsonObject json, size_t index, Millis now) {
   readJournal(json, adapter, now);
   json.finish();
   return adapter;
-}
-
-nlohmann::json parseJson(const std::string &text) {
-  try {
-    return nlohmann::json::parse(text);
-  } catch (const nlohmann::json::exception &error) {
-    throw HostError(std::string("topology: not JSON: ") + error.what());
-  }
 }
 
 }  // namespace

@@ -14,6 +14,10 @@ TEST(Topology, RefusalsTellThePlaceAndTheReason) {
   const std::pair<std::string, const char *> rows[] = {
       {"{", "topology: not JSON"},
       {"[]", "topology: must be an object"},
+      {"{\n\"a\u0007\": 1e999}", "topology: not JSON: "},
+      {R"({"adapters": [{}], "a\nb\u001b": 1})", "a?b?: is not known here"},
+      {R"({"adapters": [{"disks": []}, {"disks": [{"id": 1}, {"sizeGiB": 1, "sectors": 2, "sizeGiB": 3}]}]})",
+       "adapters[1].disks[1].sizeGiB: stands twice"},
       {R"({"adapters": [{}], "adaptors": 1})", "adaptors: is not known here"},
       {R"({"adapters": [{"name": "a"}, {"name": "a"}]})", "adapters[1].name: is another adapter's too"},
       {R"({"adapters": [{"firmware": "1.2"}]})", "adapters[0].firmware: must be four numbers"},
@@ -36,6 +40,7 @@ TEST(Topology, RefusalsTellThePlaceAndTheReason) {
   for (const auto &[text, told] : rows) {
     const std::string why = refusal([&, &json = text] { sim::parseTopology(json); });
     EXPECT_NE(why.find(told), std::string::npos) << text.substr(0, 200) << ": " << why;
+    EXPECT_EQ(why.find_first_of("\n\a\x1b"), std::string::npos) << "one line, and safe to show: " << why;
   }
 }
 
