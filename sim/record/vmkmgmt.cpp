@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <type_traits>
 
 #include "entry/entry.h"
@@ -29,10 +28,10 @@ struct Platform {
 
 struct Handle {
   void *next = nullptr;
-  std::string adapter{};            ///< empty for the driver itself
-  std::mutex mutex{};               ///< guards `lastSend`
-  std::vector<uint8_t> lastSend{};  ///< the start of the last pair send's envelope
+  std::string adapter{};  ///< empty for the driver itself
 };
+
+PairSends sends;
 
 Platform load() {
   const char *path = std::getenv("TRX_SIM_RECORD_NEXT");
@@ -72,16 +71,6 @@ std::vector<uint8_t> dataOf(const usr_io &uio, unsigned direction) {
   return {first, first + uio.length};
 }
 
-/// Masks what came back, and keeps what names the answer of a pair receive.
-void mask(Handle &handle, const usr_io &uio, Recorded &record) {
-  const std::lock_guard guard(handle.mutex);
-  if (isPairSend(uio)) {
-    handle.lastSend = record.to;
-    handle.lastSend.resize(std::min(record.to.size(), offsetof(NVMESendData, data)));
-  }
-  if (std::getenv("TRX_SIM_RECORD_MASK")) maskSerials(uio, handle.lastSend, record.from);
-}
-
 int forwardExchange(Handle &handle, uint64_t instance, uint32_t *code, usr_io *uio) {
   Recorded record;
   bool before = false;
@@ -98,7 +87,8 @@ int forwardExchange(Handle &handle, uint64_t instance, uint32_t *code, usr_io *u
     record.platform = status;
     record.driver = uio->status;
     record.completion = uio->comp;
-    mask(handle, *uio, record);
+    const std::vector<uint8_t> about = sends.about(handle.adapter, *uio, record.to);
+    if (std::getenv("TRX_SIM_RECORD_MASK")) maskSerials(*uio, about, record.from);
     appendRecorded(path, record);
   });
   return status;

@@ -105,8 +105,13 @@ std::string exchangeHead(std::string_view adapter, uint32_t code, const usr_io &
   return head + " dir=" + std::to_string(uio.direction) + " len=" + std::to_string(uio.length);
 }
 
-bool isPairSend(const usr_io &uio) { return uio.cmd.opcode == 0xCB; }
-bool isPairReceive(const usr_io &uio) { return uio.cmd.opcode == 0xCE; }
+std::vector<uint8_t> PairSends::about(const std::string &adapter, const usr_io &uio,
+                                      std::span<const uint8_t> to) {
+  constexpr uint8_t kSend = 0xCB, kReceive = 0xCE;
+  const std::lock_guard guard(mutex_);
+  if (uio.cmd.opcode == kSend) last_[adapter].assign(to.begin(), to.end());
+  return uio.cmd.opcode == kReceive ? last_[adapter] : std::vector<uint8_t>{};
+}
 
 std::string recordedText(const Recorded &record) {
   std::string text = record.head + "\n";

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -38,9 +40,17 @@ std::string openHead(std::string_view adapter);
 std::string logLevelHead(uint32_t log, uint32_t debug);
 std::string exchangeHead(std::string_view adapter, uint32_t code, const usr_io &uio);
 
-/// Whether the command is a pair send, whose data name the receive that follows, or that receive.
-bool isPairSend(const usr_io &uio);
-bool isPairReceive(const usr_io &uio);
+/// The data of the last pair send to each adapter: what the receive after it is about. A program may open
+/// its adapter anew for each command, so that a handle would not know.
+class PairSends {
+ public:
+  /// What a command to the adapter is about, `to` being its own data: nothing, unless it is a pair receive.
+  std::vector<uint8_t> about(const std::string &adapter, const usr_io &uio, std::span<const uint8_t> to);
+
+ private:
+  std::mutex mutex_;
+  std::map<std::string, std::vector<uint8_t>> last_;
+};
 
 /// The text of one record, with its line feeds.
 std::string recordedText(const Recorded &record);

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <type_traits>
 
 #include "entry/entry.h"
@@ -19,9 +18,7 @@ using namespace sim;
 constexpr int kNotRecorded = ENODATA;
 
 struct Handle {
-  std::string adapter{};            ///< empty for the driver itself
-  std::mutex mutex{};               ///< guards `lastSend`
-  std::vector<uint8_t> lastSend{};  ///< the last pair send's envelope
+  std::string adapter{};  ///< empty for the driver itself
 };
 
 Answers &answers() {
@@ -48,14 +45,12 @@ int answerHead(const std::string &head) {
   return record ? record->platform : kNotRecorded;
 }
 
-const Recorded *answerOf(Handle &handle, const std::string &head, const usr_io &uio) {
-  const std::lock_guard guard(handle.mutex);
+const Recorded *answerOf(const Handle &handle, const std::string &head, const usr_io &uio) {
+  static PairSends sends;
   std::span<const uint8_t> to;
   if (uio.direction == TRX_TO_CONTROLLER && uio.addr != 0)
     to = {reinterpret_cast<const uint8_t *>(uio.addr), uio.length};
-  if (isPairSend(uio)) handle.lastSend.assign(to.begin(), to.end());
-  if (isPairReceive(uio)) return answers().next(head, to, handle.lastSend);
-  return answers().next(head, to, {});
+  return answers().next(head, to, sends.about(handle.adapter, uio, to));
 }
 
 int answerExchange(Handle &handle, uint32_t code, usr_io &uio) {

@@ -73,6 +73,20 @@ TEST_F(RecordTest, MaskedSerialNumbersAreNotInTheFile) {
   EXPECT_THAT(out, HasSubstr("Serial:                 XXXXXXXXXX          \n"));
 }
 
+// The library opens its adapter for each command; a send and its receive have nothing but the adapter in
+// common.
+TEST_F(RecordTest, PairExchangesAreMaskedAndReplayed) {
+  EXPECT_EQ(record({TRX_PROCESS_WORKER, "disks"}, {"--mask-serials"}).out,
+            "HX1S0A7731          \nHX1S0A7748          \n");
+  EXPECT_THAT(readFile(file()), Not(HasSubstr("HX1S0A")));
+  EXPECT_EQ(replay({TRX_PROCESS_WORKER, "disks"}).out, "XXXXXXXXXX          \nXXXXXXXXXX          \n");
+  std::filesystem::remove(file());
+  const Words counting{TRX_PROCESS_WORKER, "pairs", "1", "12"};
+  EXPECT_EQ(record(counting).status, 0);
+  Outcome replayed = replay(counting);
+  EXPECT_EQ(replayed.status, 0) << replayed.out << replayed.err;
+}
+
 TEST_F(RecordTest, WhatWasNotRecordedIsTold) {
   record(info("vd"));
   Outcome other = replay(info("ns"));

@@ -3,6 +3,7 @@
 //
 //   process_worker pairs VOLUME COUNT   COUNT exchanges, a quarter of them writes of VOLUME's name
 //   process_worker time COUNT           COUNT exchanges, the milliseconds that each took
+//   process_worker disks                the serial numbers of the first two disks
 //   process_worker lock                 the value of the controller's semaphore
 #include <fcntl.h>
 #include <semaphore.h>
@@ -21,7 +22,7 @@ namespace {
 
 constexpr TRX_U16 kNamespaces = 64;
 
-RequestHeader oneVolume(TRX_U16 id) {
+RequestHeader oneObject(TRX_U16 id) {
   RequestHeader header{};
   header.requestType = TRX_REQUEST_ONE_OBJECT;
   header.start = id;
@@ -32,14 +33,14 @@ RequestHeader oneVolume(TRX_U16 id) {
 /// Write a name that counts, and read it back; nobody else writes this volume.
 const char *countUp(TRX_U16 volume, int round) {
   NVME_VD_Config_Request config{};
-  config.header = oneVolume(volume);
+  config.header = oneObject(volume);
   config.vd_config[0].ID = volume;
   std::span name(config.vd_config[0].Name);
   const std::string text = "v" + std::to_string(volume) + "-" + std::to_string(round);
   std::memcpy(name.data(), text.data(), std::min(text.size(), name.size()));
   if (TRX_VD_SetConfig(0, &config) != 0) return "the volume's name was not written";
   NVME_VD_Info_Request info{};
-  info.header = oneVolume(volume);
+  info.header = oneObject(volume);
   if (TRX_VD_GetInfo(0, &info) != 0) return "the volume was not read";
   if (info.vd_info[0].ID != volume) return "the answer is of another volume";
   if (std::memcmp(info.vd_info[0].Name, name.data(), name.size()) != 0)
@@ -82,6 +83,16 @@ int timed(int count) {
   return failed != 0;
 }
 
+int disks() {
+  for (TRX_U16 id = 0; id < 2; ++id) {
+    NVME_PD_Info_Request disk{};
+    disk.header = oneObject(id);
+    if (TRX_PD_GetInfo(0, &disk) != 0) return 1;
+    std::printf("%.20s\n", reinterpret_cast<const char *>(disk.pd_info[0].SerialNo));
+  }
+  return 0;
+}
+
 int lockValue() {
   sem_t *lock = sem_open("trxd0", O_RDWR);
   int value = -1;
@@ -99,6 +110,7 @@ int main(int argc, char **argv) {
   if (verb == "pairs" && argc == 4)
     status = pairs(static_cast<TRX_U16>(std::atoi(argv[2])), std::atoi(argv[3]));
   if (verb == "time" && argc == 3) status = timed(std::atoi(argv[2]));
+  if (verb == "disks") status = disks();
   TRX_Final();
   return status;
 }
