@@ -13,6 +13,7 @@
 #include "launcher/start.h"
 #include "launcher/verbs.h"
 #include "recording/recording.h"
+#include "replay/answers.h"
 
 namespace sim {
 namespace {
@@ -49,6 +50,7 @@ void writeFacts(const std::string &directory, const std::vector<Recorded> &recor
   // A host without the file is one whose open fails.
   if (!smbios.empty()) replaceFile(directory + "/smbios", smbios);
   replaceFile(directory + "/used", std::string(records.size(), '\0'));
+  replaceFile(directory + "/" + std::string(kWholeReplay), "");
 }
 
 volatile sig_atomic_t child = 0;
@@ -92,7 +94,9 @@ int replayProgram(const Arguments &arguments) {
   setenv("TRX_SIM_REPLAY", fs::absolute(given.file).c_str(), 1);
   setenv("TRX_SIM_STATE", directory.path().c_str(), 1);
   surroundWith(Library::Replay);
-  return runChild(given.program);
+  int status = runChild(given.program);
+  if (status != 0 || fs::exists(fs::path(directory.path()) / kWholeReplay)) return status;
+  throw HostError(given.file + ": the replay failed: the program asked for what is not in the recording");
 }
 
 }  // namespace sim

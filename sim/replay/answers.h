@@ -8,6 +8,9 @@
 
 namespace sim {
 
+/// A file of a replay's directory that is there as long as every call had its answer.
+inline constexpr std::string_view kWholeReplay = "whole";
+
 class Answers {
  public:
   /// Throws HostError when the recording cannot be read. `usedPath` is a file with a byte per record.

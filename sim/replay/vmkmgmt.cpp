@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The management library's functions, answered from the recording that TRX_SIM_REPLAY names.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -30,9 +33,35 @@ Answers &answers() {
   return all;
 }
 
+/// The replay failed: the launcher finds a file gone. To take one away needs no room on a disk.
+void failReplay() {
+  if (const char *state = std::getenv("TRX_SIM_STATE"))
+    unlink((std::string(state) + "/" + std::string(kWholeReplay)).c_str());
+}
+
+/// The next answer, or null when the recording has none.
+const Recorded *nextAnswer(const std::string &head, std::span<const uint8_t> to = {},
+                           std::span<const uint8_t> about = {}) {
+  try {
+    const Recorded *record = answers().next(head, to, about);
+    if (!record) failReplay();
+    return record;
+  } catch (const std::exception &) {
+    failReplay();
+    throw;
+  }
+}
+
+int notRecorded(uint64_t callback) {
+  std::fprintf(stderr, "trx_sim: calls of callback %lu are not recorded\n",
+               static_cast<unsigned long>(callback));
+  failReplay();
+  return ENOSYS;
+}
+
 int answerList(uint32_t *count, nvmeAdapterInfo *entries) {
   constexpr size_t kMost = std::extent_v<decltype(nvme_adapter_list::adapters)>;
-  const Recorded *record = answers().next(std::string(kListHead), {}, {});
+  const Recorded *record = nextAnswer(std::string(kListHead));
   if (!record) return kNotRecorded;
   size_t number = std::min(record->from.size() / sizeof *entries, kMost);
   if (number != 0) std::memcpy(entries, record->from.data(), number * sizeof *entries);
@@ -41,7 +70,7 @@ int answerList(uint32_t *count, nvmeAdapterInfo *entries) {
 }
 
 int answerHead(const std::string &head) {
-  const Recorded *record = answers().next(head, {}, {});
+  const Recorded *record = nextAnswer(head);
   return record ? record->platform : kNotRecorded;
 }
 
@@ -50,7 +79,7 @@ const Recorded *answerOf(const Handle &handle, const std::string &head, const us
   std::span<const uint8_t> to;
   if (uio.direction == TRX_TO_CONTROLLER && uio.addr != 0)
     to = {reinterpret_cast<const uint8_t *>(uio.addr), uio.length};
-  return answers().next(head, to, sends.about(handle.adapter, uio, to));
+  return nextAnswer(head, to, sends.about(handle.adapter, uio, to));
 }
 
 int answerExchange(Handle &handle, uint32_t code, usr_io &uio) {
@@ -70,12 +99,12 @@ int answer(Handle &handle, uint64_t callback, void *first, void *second) {
   if (!handle.adapter.empty())
     return callback == NVME_MGMT_ADAPTER_IOCTL
                ? answerExchange(handle, *number, *static_cast<usr_io *>(second))
-               : ENOSYS;
+               : notRecorded(callback);
   if (callback == NVME_MGMT_GLOBAL_LIST_ADAPTERS)
     return answerList(number, static_cast<nvmeAdapterInfo *>(second));
   if (callback == NVME_MGMT_GLOBAL_SET_LOG_LEVEL)
     return answerHead(logLevelHead(*number, *static_cast<uint32_t *>(second)));
-  return ENOSYS;
+  return notRecorded(callback);
 }
 
 }  // namespace

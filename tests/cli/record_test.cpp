@@ -89,7 +89,9 @@ TEST_F(RecordTest, PairExchangesAreMaskedAndReplayed) {
 
 TEST_F(RecordTest, WhatWasNotRecordedIsTold) {
   record(info("vd"));
+  EXPECT_EQ(replay({"true"}).status, 0);
   Outcome other = replay(info("ns"));
+  EXPECT_EQ(other.status, 2) << "the program's own status is 0";
   EXPECT_THAT(other.err, HasSubstr("trx_sim: " + file() + ": not recorded: exchange vmhba2 admin op=e2 "));
   EXPECT_THAT(other.out, HasSubstr("No data available"));
   const std::string cli = TRX_CLI_PATH;
