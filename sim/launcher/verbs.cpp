@@ -176,7 +176,7 @@ int restartVerb(const Arguments &arguments) {
   for (const std::string &name : adapterNames(arguments.state)) {
     AdapterFiles files(arguments.state, name);
     Session session(files);
-    restart(session.change(), session.now());
+    restart(session);
     session.commit();
   }
   return 0;

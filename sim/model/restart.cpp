@@ -23,9 +23,11 @@ void countPowerCycle(Adapter &adapter) {
 }  // namespace
 
 // One line per thing that does not outlive the power, or wakes up with it.
-void restart(Adapter &adapter, Millis now) {
+void restart(Session &session) {
+  Adapter &adapter = session.change();
+  discardStagedImages(session);
   applyPendingSwitches(adapter);
-  restartFirmware(adapter, now);
+  restartFirmware(adapter, session.now());
   countPowerCycle(adapter);
   restartDiagnostics(adapter.core);
 }

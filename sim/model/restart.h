@@ -2,10 +2,10 @@
 // What a loss of power and the start after it do to an adapter and its disks.
 #pragma once
 
-#include "model/state.h"
+#include "model/state_file.h"
 
 namespace sim {
 
-void restart(Adapter &adapter, Millis now);
+void restart(Session &session);
 
 }  // namespace sim
