@@ -41,6 +41,20 @@ Answer directSetConfig(Context &context, const DirectCall &call) {
   return setConfig(context, config);
 }
 
+/// Dword 13 holds the high word below the middle one, dword 14 the low one.
+Answer directSetTime(Context &context, const DirectCall &call) {
+  uint32_t upper = call.command.dword(13), lower = call.command.dword(14);
+  if (lower > 0xFFFF) {
+    context.breach("set time: dword 14 has bits above 15");
+    return {};
+  }
+  NVME_Adapter_Time &time = context.change().core.hostTime;
+  time.hi = static_cast<TRX_U16>(upper);
+  time.mid = static_cast<TRX_U16>(upper >> 16);
+  time.lw = static_cast<TRX_U16>(lower);
+  return Fw::Ok;
+}
+
 Answer pairSetConfig(Context &context, const PairCall &call) {
   auto config = recordFrom<NVME_Adapter_Config>(call.data);
   for (TRX_U8 byte : config.Reserved)
@@ -59,6 +73,8 @@ constexpr Function kFunctions[] = {
      {directConfig, dwords(10), 0, Transfer::Reply}, {pairConfig}},
     {0xE0, 0x02, "set configuration",
      {directSetConfig, dwords(14)}, {pairSetConfig, 2, sizeof(NVME_Adapter_Config)}},
+    {0xE0, 0x03, "set time",
+     {directSetTime, dwords(13, 14)}, {}},
     {0xE0, 0x0B, "activate image",
      {directActivateImage, dwords(13, 15), 0xFF}, {}},
 };

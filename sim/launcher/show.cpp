@@ -104,7 +104,9 @@ void showAdapter(const Adapter &adapter, Millis now) {
     std::printf("slot %d", core.slot);
   else
     std::printf("no slot");
-  std::printf(", firmware %s in slot %u", fieldText(core.firmware.running).c_str(),
+  const NVME_Version_Info &version = core.info.FirmwareVersion;
+  std::printf(", firmware %u.%u.%u.%04u in slot %u", unsigned{version.MajorVersion},
+              unsigned{version.MinorVersion}, unsigned{version.OEMNumber}, unsigned{version.BuildNumber},
               unsigned{core.firmware.active});
   if (core.firmware.pending) std::printf(" (slot %u after a reset)", unsigned{core.firmware.pending});
   std::printf("\n  auto-rebuild %s, activity rate code 0x%x, %.3f%% per second, SPI log %s (%zu bytes)\n",
@@ -112,6 +114,10 @@ void showAdapter(const Adapter &adapter, Millis now) {
               core.rateMilli / 1000.0, core.dumpOn ? "on" : "off", adapter.spiLog.size());
   std::printf("  VPD in %s, GPIO 0x%x 0x%x 0x%x%s\n", core.vpdTarget ? "SPI" : "EEPROM", core.gpio[0],
               core.gpio[1], core.gpio[2], core.gpio[3] ? " (default)" : "");
+  const NVME_Adapter_Time &time = core.hostTime;
+  if (time.hi != 0 || time.mid != 0 || time.lw != 0)
+    std::printf("  time set by a program: 0x%04x%04x%04x\n", unsigned{time.hi}, unsigned{time.mid},
+                unsigned{time.lw});
   showSettings(core);
   showDisks(adapter);
   showVolumes(adapter, now);
