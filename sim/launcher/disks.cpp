@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Hands on the disks of a simulated host: pulled out, put back. Ids count from 0.
+// Hands on the disks of a simulated host: pulled out, put back, told how to answer. Ids count from 0.
 #include <charconv>
+#include <functional>
+#include <string_view>
 
 #include "host/directory.h"
 #include "launcher/verbs.h"
@@ -18,13 +20,15 @@ size_t numberFrom(const std::string &verb, const std::string &text) {
   return number;
 }
 
-/// Finds the disk that the words name, checks that it is in or out of its place, and works on it.
-int handleDisk(const Arguments &arguments, const std::string &verb, bool present,
-               void (*work)(Adapter &, Millis, Disk &)) {
-  if (arguments.words.empty() || arguments.words.size() > 2)
+using Work = std::function<void(Adapter &, Millis, Disk &)>;
+
+/// Finds the disk that `words` name, checks that it is in or out of its place, and works on it.
+int handleDisk(const Arguments &arguments, const std::string &verb, const std::vector<std::string> &words,
+               bool present, const Work &work) {
+  if (words.empty() || words.size() > 2)
     throw UsageError(verb + ": say which disk, and perhaps which adapter");
-  size_t id = numberFrom(verb, arguments.words[0]);
-  size_t index = arguments.words.size() == 2 ? numberFrom(verb, arguments.words[1]) : 0;
+  size_t id = numberFrom(verb, words[0]);
+  size_t index = words.size() == 2 ? numberFrom(verb, words[1]) : 0;
   ensureHost(arguments);
   std::vector<std::string> names = adapterNames(arguments.state);
   if (index >= names.size()) throw HostError("no adapter " + std::to_string(index));
@@ -41,21 +45,40 @@ int handleDisk(const Arguments &arguments, const std::string &verb, bool present
   throw HostError("no disk " + std::to_string(id));
 }
 
+// In the order of PcieCompletion.
+constexpr std::string_view kCompletions[] = {"ok", "timeout", "retry", "unsupported", "abort", "stuck"};
+
+uint8_t completionFrom(const std::string &word) {
+  for (size_t i = 0; i < std::size(kCompletions); ++i)
+    if (word == kCompletions[i]) return static_cast<uint8_t>(i);
+  throw UsageError("pcie: '" + word + "' is no completion");
+}
+
 }  // namespace
 
 int pullDisk(const Arguments &arguments) {
-  return handleDisk(arguments, "pull", true, [](Adapter &adapter, Millis now, Disk &disk) {
+  return handleDisk(arguments, "pull", arguments.words, true, [](Adapter &adapter, Millis now, Disk &disk) {
     disk.present = 0;
     diskLost(adapter, now, disk);
   });
 }
 
 int insertDisk(const Arguments &arguments) {
-  return handleDisk(arguments, "insert", false, [](Adapter &adapter, Millis now, Disk &disk) {
-    disk.present = 1;
-    disk.failed = 0;
-    diskFound(adapter, now, disk);
-  });
+  return handleDisk(arguments, "insert", arguments.words, false,
+                    [](Adapter &adapter, Millis now, Disk &disk) {
+                      disk.present = 1;
+                      disk.failed = 0;
+                      diskFound(adapter, now, disk);
+                    });
+}
+
+int pcieVerb(const Arguments &arguments) {
+  std::vector<std::string> words = arguments.words;
+  if (words.size() < 2) throw UsageError("pcie: say which disk, how it answers, and perhaps which adapter");
+  const uint8_t completion = completionFrom(words[1]);
+  words.erase(words.begin() + 1);
+  return handleDisk(arguments, "pcie", words, true,
+                    [completion](Adapter &, Millis, Disk &disk) { disk.completion = completion; });
 }
 
 }  // namespace sim

@@ -38,7 +38,7 @@ constexpr Verb kVerbs[] = {
     {"restart", "[--state DIR]", "cycles the power: what waits for a reset happens", restartVerb},
     {"image",   "FILE [--size BYTES] [--version A.B.C.D] [--revision TEXT] [--bad-sum]",
                 "writes a firmware image for a controller or a disk", imageVerb},
-    {"pcie",    "[--state DIR] ADAPTER DISK ok|timeout|retry|unsupported|abort|stuck",
+    {"pcie",    "[--state DIR] PD ok|timeout|retry|unsupported|abort|stuck [ADAPTER]",
                 "says how a disk answers reads of its PCIe configuration space", pcieVerb},
     {"lspci",   "[--state DIR]", "prints the simulated adapters as the host's lspci does", printLspci},
     {"record",  "FILE [--mask-serials] -- PROGRAM [ARGUMENT...]",

@@ -148,8 +148,8 @@ TEST(Pcie, ShowsLinkAndErrorsOfADisk) {
               {"sizeGiB": 1, "completion": "stuck"}]}]})";
   CliSession session(file);
   std::filesystem::remove(file);
-  session.host().sim("pcie", {"vmhba2", "2", "retry"});
-  session.host().sim("pcie", {"vmhba2", "2", "ok"});
+  session.host().sim("pcie", {"2", "retry"});
+  session.host().sim("pcie", {"2", "ok"});
   const struct { const char *line; int32_t status; std::string out; } rows[] = {
       {"pcie -i 0", 0, lines("Gen3 8.0 GT/s", "x8")},
       {"pcie -i 1", 0, lines("Gen2 5.0 GT/s", "x4", "0x2000", "0x4000")},
@@ -174,7 +174,7 @@ TEST(Pcie, ShowsLinkAndErrorsOfADisk) {
   Words requests = session.requests();
   EXPECT_THAT(requests.at(0), EndsWith("cdw12=30ae0 cdw13=e2c00000 cdw14=91000004 cdw15=0 dir=1 len=0"));
   EXPECT_THAT(requests.at(1), EndsWith("cdw12=309e0 cdw13=e2c00000 cdw14=0 cdw15=0 dir=1 len=4"));
-  session.host().sim("pcie", {"vmhba2", "0", "timeout"});
+  session.host().sim("pcie", {"0", "timeout"});
   EXPECT_EQ(session.run("pcie -i 0").out, "pio_CfgRd completion timeout");
   EXPECT_EQ(session.host().violations(), "");
 }
