@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 
 #include "host/directory.h"
 #include "launcher/verbs.h"
@@ -10,9 +11,10 @@ namespace sim {
 
 int printLspci(const Arguments &arguments) {
   // The host of a replay has the listing that was recorded.
-  bool recorded = false;
-  std::string listing = readText(arguments.state + "/lspci", recorded);
+  bool recorded = std::getenv("TRX_SIM_REPLAY") != nullptr;
+  std::string listing = recorded ? readText(arguments.state + "/lspci", recorded) : "";
   if (recorded) return std::fwrite(listing.data(), 1, listing.size(), stdout) == listing.size() ? 0 : 2;
+  ensureHost(arguments);
   std::vector<std::string> names = adapterNames(arguments.state);
   // Readers look for a name anywhere in a line and believe the last line that has it. "vmhba1" is
   // part of "vmhba10", so the longer names come first.

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstdio>
 #include <string_view>
 
 #include "launcher/verbs.h"
@@ -7,7 +8,11 @@ int main(int argc, char **argv) {
   std::vector<std::string> words(argv + 1, argv + argc);
   std::string_view self = argc > 0 ? argv[0] : "trx_sim";
   // The directory that `run` puts in front of PATH holds a link of this program by the name of lspci.
-  // What the caller asked of lspci does not matter: there is one listing.
-  if (self.substr(self.rfind('/') + 1) == "lspci") words = {"lspci"};
+  if (self.substr(self.rfind('/') + 1) == "lspci") {
+    // Another listing than the host's would teach a program what no host tells it.
+    if (words != std::vector<std::string>{"-p"})
+      return std::fprintf(stderr, "lspci: only 'lspci -p' is simulated\n") < 0 ? 2 : 1;
+    words = {"lspci"};
+  }
   return sim::launch(words);
 }

@@ -105,7 +105,7 @@ void makeHost(const Arguments &arguments, Replace replace) {
     if (arguments.topology.empty()) throw;
     throw HostError(arguments.topology + ": " + error.what());
   }
-  createHost(arguments.state, plan);
+  createHost(arguments.state, plan, replace);
 }
 
 void noWords(const Arguments &arguments, const char *verb) {
@@ -166,6 +166,7 @@ int advanceVerb(const Arguments &arguments) {
   long seconds = std::strtol(arguments.words[0].c_str(), &end, 10);
   if (*end != '\0' || arguments.words[0].empty() || seconds < 0 || seconds > 1'000'000'000)
     throw UsageError("advance: '" + arguments.words[0] + "' is not a number of seconds");
+  ensureHost(arguments);
   advanceClock(arguments.state, Millis{seconds} * 1000);
   return 0;
 }
