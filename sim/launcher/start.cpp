@@ -30,14 +30,29 @@ constexpr Place kPlaces[] = {  // in the order of Library
 
 fs::path ownDirectory() { return fs::read_symlink("/proc/self/exe").parent_path(); }
 
-/// A name without a slash that stands beside the launcher is meant before one of PATH.
-std::string findProgram(const std::string &name) {
-  if (name.find('/') != std::string::npos) return name;
+/// A program that stands beside the launcher; empty when there is none.
+fs::path besideLauncher(const std::string &name) {
   for (const char *place : {".", "../cli"}) {  // installed together; in a build tree
     fs::path beside = ownDirectory() / place / name;
     if (access(beside.c_str(), X_OK) == 0 && fs::is_regular_file(beside)) return fs::canonical(beside);
   }
-  return name;
+  return {};
+}
+
+/// A name without a slash that stands beside the launcher is meant before one of PATH.
+std::string findProgram(const std::string &name) {
+  if (name.find('/') != std::string::npos) return name;
+  fs::path beside = besideLauncher(name);
+  return beside.empty() ? name : beside.string();
+}
+
+/// A script finds trx_cli, too. Its directory is the last one: much else may be installed there, and the
+/// user's PATH goes before.
+void addProgramToPath() {
+  const fs::path program = besideLauncher("trx_cli");
+  const char *path = std::getenv("PATH");
+  if (program.empty() || !path) return;
+  setenv("PATH", (std::string(path) + ":" + program.parent_path().string()).c_str(), 1);
 }
 
 }  // namespace
@@ -61,6 +76,7 @@ void surroundWith(Library library) {
   const fs::path support = libraryDirectory(Library::Simulated);
   prepend("LD_LIBRARY_PATH", libraryDirectory(library).string(), ':');
   prepend("PATH", (support / "bin").string(), ':');
+  addProgramToPath();
   prepend("LD_PRELOAD", (support / "libtrx_simhost.so").string(), ':');
 #ifdef TRX_SIM_SANITIZED
   // The preloaded library stands before the sanitizer's, which is harmless: it only renames files.

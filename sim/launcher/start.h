@@ -15,7 +15,8 @@ enum class Library { Simulated, Recorder, Replay };
 std::filesystem::path libraryDirectory(Library library);
 /// Puts a value in front of an environment variable's.
 void prepend(const char *variable, const std::string &value, char separator);
-/// Sets the environment up so that a program finds the library, our lspci and our SMBIOS file.
+/// Sets the environment up so that a program finds the library, our lspci, our SMBIOS file, and trx_cli
+/// where PATH has none.
 void surroundWith(Library library);
 /// Becomes the program of these words. Returns, with an exit status, only when that fails.
 int becomeProgram(const std::vector<std::string> &words);
