@@ -8,6 +8,8 @@
 
 namespace sim {
 
+constexpr char kSemaphorePrefix[] = "trxsim-";
+
 struct SemaphorePrefix {
   char text[32];
 };
@@ -17,7 +19,8 @@ inline SemaphorePrefix semaphorePrefixOf(const char *directory) {
   uint64_t hash = 0xcbf29ce484222325ULL;
   for (; *directory; ++directory) hash = (hash ^ static_cast<unsigned char>(*directory)) * 0x100000001b3ULL;
   SemaphorePrefix prefix{};
-  std::snprintf(prefix.text, sizeof prefix.text, "trxsim-%016llx-", static_cast<unsigned long long>(hash));
+  std::snprintf(prefix.text, sizeof prefix.text, "%s%016llx-", kSemaphorePrefix,
+                static_cast<unsigned long long>(hash));
   return prefix;
 }
 

@@ -52,6 +52,8 @@ class HostSemaphore {
     const char *state = std::getenv("TRX_SIM_STATE");
     if (!name || !state) return;
     const char *plain = name[0] == '/' ? name + 1 : name;
+    // A launcher that runs in the host removes semaphores by their whole names.
+    if (std::strncmp(plain, sim::kSemaphorePrefix, std::strlen(sim::kSemaphorePrefix)) == 0) return;
     int length = std::snprintf(text_, sizeof text_, "/%s%s", sim::semaphorePrefixOf(state).text, plain);
     if (length > 0 && static_cast<size_t>(length) < sizeof text_) name_ = text_;
   }

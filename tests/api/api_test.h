@@ -3,6 +3,7 @@
 #define TRX_TESTS_API_TEST_H
 
 #include <gtest/gtest.h>
+#include <semaphore.h>
 
 #include <algorithm>
 #include <cstring>
@@ -75,6 +76,8 @@ class ApiTest : public testing::Test {
 
   void TearDown() override {
     TRX_Final();
+    // The semaphores outlive the process on purpose; after a test nobody wants them.
+    for (char place = '0'; place <= '0' + 64; ++place) sem_unlink((std::string("trxd") + place).c_str());
     EXPECT_EQ(platform.replies.size(), 0u) << "replies that nobody asked for";
     EXPECT_EQ(platform.unexpected, 0) << "commands that the script does not know";
     EXPECT_EQ(platform.openHandles, 0);

@@ -2,6 +2,7 @@
 #include "CliSession.h"
 
 #include <dlfcn.h>
+#include <semaphore.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -75,6 +76,8 @@ CliSession::CliSession(const std::string &topology) : host_(topology) {
 
 CliSession::~CliSession() {
   TRX_Final();
+  // The semaphores outlive the process on purpose; after a test nobody wants them.
+  for (char place = '0'; place <= '0' + 64; ++place) sem_unlink((std::string("trxd") + place).c_str());
   g_pAdInfos.clear();
   g_oneBaseMode = 0;
   dbg_enable = false;
