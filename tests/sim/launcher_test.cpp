@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // trx_sim as a person uses it.
+#include <sys/stat.h>
+
 #include <array>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <sstream>
 
 #include "seam.h"
 
@@ -64,7 +70,89 @@ TEST_F(Launcher, SemaphoresOfAHostAreItsOwnAndGoWithAReset) {
   EXPECT_EQ(run(probe).text, "found\n");
   run("reset " + state());
   EXPECT_EQ(run(probe).text, "made\n");
+  run("run " + state() + "-- " + TRX_SIM_PROGRAM + " reset");
+  EXPECT_EQ(run(probe).text, "made\n") << "a reset from within the host";
   run("reset " + state());
+}
+
+TEST_F(Launcher, TouchesNoDirectoryThatIsNotItsOwn) {
+  const std::set<std::string> files{"host",    "topology.json", "faults", "a.state",
+                                    "b.image", "c.tmp",         "d.lock"};
+  for (const std::string &file : files) std::ofstream(directory + "/" + file) << "mine";
+  for (const char *verb : {"show", "reset", "restart", "lspci", "run -- true", "fault clear",
+                           "fault add ones", "advance 1", "pull 0", "insert 0", "pcie 0 ok"}) {
+    std::string words = verb;
+    Output output = run(words.insert(std::min(words.find(' '), words.size()), " " + state()));
+    EXPECT_EQ(output.status, 2) << verb;
+    EXPECT_NE(output.text.find(directory + ": "), std::string::npos) << output.text;
+    EXPECT_EQ(std::count(output.text.begin(), output.text.end(), '\n'), 1) << output.text;
+  }
+  std::set<std::string> left;
+  for (const auto &file : std::filesystem::directory_iterator(directory)) left.insert(file.path().filename());
+  EXPECT_EQ(left, files);
+}
+
+TEST_F(Launcher, AnImageGoesIntoTheFileThatIsThere) {
+  const std::string file = directory + "/file", link = directory + "/link", pipe = directory + "/pipe";
+  std::ofstream(file) << std::string(9000, 'x');
+  std::filesystem::create_symlink("file", link);
+  EXPECT_EQ(run("image " + link + " --size 4096").status, 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_EQ(std::filesystem::file_size(file), 4096U);
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_NE(run("image " + pipe).text.find(pipe + ": is no regular file"), std::string::npos);
+  EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+}
+
+TEST_F(Launcher, ARestartLosesHalfOfAnImageAndShowTellsWhatWasSet) {
+  run("reset " + state());
+  Page page;
+  usr_io segment = withPage(block(0x11), page, TRX_TO_CONTROLLER), time = block(0xE2, 0x3E0);
+  segment.cmd.cdw10 = 1023;
+  ASSERT_TRUE(send(segment).ok());
+  EXPECT_EQ(run("restart " + state()).status, 0);
+  segment.cmd.cdw11 = 1024;
+  EXPECT_FALSE(send(segment).ok());
+  EXPECT_NE(takeViolations().find("a gap before the segment"), std::string::npos);
+  time.cmd.cdw13 = 0x00020001;
+  time.cmd.cdw14 = 3;
+  ASSERT_TRUE(send(time).ok());
+  const std::string shown = run("show " + state()).text;
+  EXPECT_NE(shown.find("\n  time set by a program: 0x000100020003\n"), std::string::npos) << shown;
+  EXPECT_NE(shown.find(", firmware 1.2.0.1035 in slot 1\n"), std::string::npos) << shown;
+}
+
+TEST_F(Launcher, ProgramsFindTrxCliBehindWhatTheUserHas) {
+  const std::string found = run("run " + state() + "-- sh -c 'echo $PATH; command -v trx_cli'").text;
+  EXPECT_TRUE(std::regex_match(found, std::regex(".*/trx_sim_lib/bin:.*/bin.*:(.*/cli)\n\\1/trx_cli\n")))
+      << found;
+}
+
+TEST_F(Launcher, LspciAnswersTheOneWayOfAsking) {
+  EXPECT_EQ(run("run " + state() + "-- lspci -p").text, run("lspci " + state()).text);
+  for (const char *words : {"", "-v", "-p -v"}) {
+    Output output = run("run " + state() + "-- lspci " + words);
+    EXPECT_EQ(output.text + std::to_string(output.status), "lspci: only 'lspci -p' is simulated\n1") << words;
+  }
+}
+
+/// First groups of the matches of a pattern.
+std::set<std::string> matches(const std::string &text, const char *pattern) {
+  const std::regex regex(pattern);
+  std::set<std::string> found;
+  for (std::sregex_iterator at(text.begin(), text.end(), regex), end; at != end; ++at) found.insert((*at)[1]);
+  return found;
+}
+
+TEST_F(Launcher, PagesTellOfEveryVerbAndNoOther) {
+  const std::set<std::string> verbs = matches(run("help").text, "  trx_sim (\\w+)");
+  EXPECT_EQ(verbs.size(), 14U);
+  bool exists = false;
+  const std::string manual = sim::readText(TRX_SIM_DOCS "/trx_sim.1", exists);
+  const std::string list = manual.substr(0, manual.find("Options stand before"));
+  EXPECT_EQ(matches(list, "\n\\.It Cm (\\w+)"), verbs);
+  const std::string table = sim::readText(TRX_SIM_DOCS "/simulator.md", exists);
+  EXPECT_EQ(matches(table.substr(0, table.find("The state directory is")), "\n\\| `(\\w+)"), verbs);
 }
 
 }  // namespace
