@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Every command, with every one of its exchanges failing in every way that the simulated host knows,
-// each run on a fresh host. A run must end, say that it failed, return what its row allows, leave no
-// descriptor, memory (under a sanitizer) or held lock behind, and keep to the protocol.
+// Every command, and operations of the library, with every one of its exchanges failing in every way that the
+// simulated host knows, each run on a fresh host. A run must end, say that it failed, return what its row
+// allows, leave no descriptor, memory (under a sanitizer) or held lock behind, and keep to the protocol.
 //
 //   trx_sim run -- fault_sweep [PART OF A LINE]      with a part, what each run returned is shown
 #include <fcntl.h>
@@ -41,7 +41,43 @@ struct Row {
   const char *before = nullptr;             ///< a line run first, "!" begins a verb of trx_sim
   enum { Usual, Late, Slow } pace = Usual;  ///< Late: also seconds too late; Slow: waits by itself, so less
   const char *topology = "frozen";
+  TRX_U32 (*operation)() = nullptr;  ///< of the library, instead of a line: commands take no lock
 };
+
+template <typename Request>
+Request oneObject(TRX_U16 id) {
+  Request request{};
+  request.header.requestType = TRX_REQUEST_ONE_OBJECT;
+  request.header.start = id;
+  request.header.numRequested = 1;
+  return request;
+}
+
+TRX_U32 readVolume() {
+  auto request = oneObject<NVME_VD_Info_Request>(0);
+  return TRX_VD_GetInfo(0, &request);
+}
+
+TRX_U32 readDisk() {
+  auto request = oneObject<NVME_PD_Info_Request>(0);
+  return TRX_PD_GetInfo(1, &request);
+}
+
+TRX_U32 rename() {
+  auto request = oneObject<NVME_VD_Config_Request>(0);
+  request.vd_config[0].Name[0] = 'n';
+  return TRX_VD_SetConfig(0, &request);
+}
+
+TRX_U32 create() {
+  NVME_Create_VD request{};
+  request.RAIDMode = TRX_RAID_MODE_1;
+  request.MemberCount = 2;
+  request.PDIDs[1] = 1;
+  request.StripeBlockSize = 256;
+  request.NSCount = 1;
+  return TRX_VD_Create(0, &request);
+}
 
 // clang-format off
 constexpr Row kRows[] = {
@@ -75,6 +111,11 @@ constexpr Row kRows[] = {
     {"dumphba -a show --outputfile @d", "0 S"},
     {"get -o hba -i 0", "0 B"}, {"get -o hba", "0 B"}, {"set -o hba -i 0 -a on -r low", "0 1", nullptr, Row::Late},
     {"led -o ep -i 0 -a on", "0 S"}, {"reset -i 0 -t device", "0 S"}, {"debuglv -t 1", "0 S"},
+    {"TRX_VD_GetInfo", "0 1 7", nullptr, Row::Late, "frozen", readVolume},
+    {"TRX_PD_GetInfo", "0 1 7", nullptr, Row::Usual, "frozen", readDisk},
+    {"TRX_VD_SetConfig", "0 1 7", nullptr, Row::Usual, "frozen", rename},
+    {"TRX_VD_Create", "0 1 7 S", "vd -a delete -i 0", Row::Usual, "lab", create},
+    {"TRX_VD_Delete", "0 1 7", nullptr, Row::Usual, "volume1", [] { return TRX_VD_Delete(0, 0); }},
     {"kxf -a on", "0 S"}, {"protect -a off", "0 S"}, {"sriov -a on", "0 S"},
 };
 // clang-format on
@@ -178,7 +219,7 @@ class Sweep {
     if (!atStart) prepare();
     if (!atStart && !fault.empty()) arm(fault);
     host.traffic();
-    CommandResult result = session_.run(line_);
+    CommandResult result = row_.operation ? operate() : session_.run(line_);
     lineExchanges_ = exchanges(host.traffic());
     if (!atStart && fault.starts_with("nth") &&
         std::filesystem::file_size(host.stateDirectory() / "faults") != 0)
@@ -198,6 +239,12 @@ class Sweep {
     for (const fs::directory_entry &entry : fs::directory_iterator(state))
       if (entry.path().extension() != ".lock") fs::remove(entry.path());
     fs::copy(fresh(), state, fs::copy_options::overwrite_existing | fs::copy_options::recursive);
+  }
+
+  CommandResult operate() {
+    Capture standardOutput(STDOUT_FILENO), standardError(STDERR_FILENO);
+    const TRX_U32 status = row_.operation();
+    return {static_cast<int32_t>(status), "", standardOutput.text(), standardError.text()};
   }
 
   static size_t exchanges(const Words &traffic) {
@@ -237,7 +284,8 @@ class Sweep {
     std::string said = result.out + result.err;
     // The line of a disk's commit says success whatever its status, on purpose; the library tells then.
     if (line_.starts_with("flash -o pd")) said += result.library;
-    if (result.status != 0 && !std::regex_search(said, complaint))
+    // An operation's status is its word.
+    if (result.status != 0 && !row_.operation && !std::regex_search(said, complaint))
       fail("no word of a failure, result " + std::to_string(result.status), said);
     if (openDescriptors() != descriptors) fail("descriptors are left open");
     for (const char *name : {"/trxd0", "/trxd1"})
