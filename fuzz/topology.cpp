@@ -2,7 +2,7 @@
 // Topology files. A file is read or refused with a reason; nothing else comes out.
 #include "topology/topology.h"
 
-#include "host/files.h"
+#include "files/files.h"
 
 #include "input.h"
 

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/files.h"
+#include "files/files.h"
 
 namespace sim {
 namespace {

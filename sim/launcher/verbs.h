@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/files.h"
+#include "files/files.h"
 
 namespace sim {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <mutex>
 
-#include "host/files.h"
+#include "files/files.h"
 #include "model/state.h"
 
 namespace sim {

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "host/files.h"
+#include "files/files.h"
 
 namespace sim {
 namespace {

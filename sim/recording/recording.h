@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/files.h"
+#include "files/files.h"
 #include "nvme_driver.h"
 
 namespace sim {

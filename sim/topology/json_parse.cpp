@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/files.h"
+#include "files/files.h"
 
 namespace sim {
 namespace {

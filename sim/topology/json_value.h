@@ -12,7 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/files.h"
+#include "files/files.h"
 #include "topology/json_parse.h"
 
 namespace sim {

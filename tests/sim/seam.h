@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "files/files.h"
 #include "host/directory.h"
-#include "host/files.h"
 #include "nvme_driver.h"
 #include "topology/topology.h"
 #include "trx/trx_records.h"

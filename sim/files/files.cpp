@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "host/files.h"
+#include "files/files.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
