@@ -47,6 +47,14 @@ TEST_F(Launcher, KeepsToTheTopologyOfTheState) {
   EXPECT_EQ(run("show " + state()).text.find("volume"), std::string::npos);
 }
 
+TEST_F(Launcher, WritesIntoNoFileWhatIsPrintedWithoutAnOutput) {
+  // So much that it is written while the adapters' files are open.
+  ASSERT_EQ(run("reset " + state() + topology("adapters33.json")).status, 0);
+  const std::string shown = run("show " + state()).text;
+  for (const char *closed : {">&-", "0>&- >&-", "0>&- >&- 2>&-"}) run("show " + state() + closed + "; true");
+  EXPECT_EQ(run("show " + state()).text, shown);
+}
+
 TEST_F(Launcher, WrongInputIsTold) {
   const std::pair<const char *, const char *> rows[] = {
       {"", "say what to do"},
