@@ -31,7 +31,7 @@ class SysNotify : public ApiTest {
       } else if (command.io.cmd.opcode == 0xCB) {
         const Bytes &sent = command.sent;
         text += std::to_string(sent[8]) + "/" + std::to_string(sent[10]);
-        for (const size_t at : {18, 20, 22})
+        for (const size_t at : {18u, 20u, 22u})
           if (sent[8] == TRX_GROUP_VD && sent[10] == 0) text += " " + std::to_string(sent[at]);
         text += ", ";
       }

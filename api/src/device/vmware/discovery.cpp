@@ -107,8 +107,8 @@ void DeviceManagement_ScanV2(_DeviceManagement *manager) {
     if (!addAdapter(manager, adapterList.adapters[i])) ++leftOut;
   }
   if (leftOut) {
-    printError(TRX_MESSAGE_WARNING, "More than %u supported controllers: %u left out.\n", unsigned{TRX_MAX_DEVICES},
-                 leftOut);
+    printError(TRX_MESSAGE_WARNING, "More than %u supported controllers: %u left out.\n",
+               unsigned{TRX_MAX_DEVICES}, leftOut);
   }
 }
 

@@ -41,8 +41,8 @@ bool startsWith(Bytes bytes, std::string_view text) {
 // Whether an entry point of this length lies in what was read and its bytes sum to zero.
 bool entryIsWhole(Bytes entry, uint8_t length, unsigned expected) {
   if (length > kEntryBytes) {
-    printError(TRX_MESSAGE_WARNING, "Entry point length too large (%u bytes, expected %u).\n", unsigned{length},
-                 expected);
+    printError(TRX_MESSAGE_WARNING, "Entry point length too large (%u bytes, expected %u).\n",
+               unsigned{length}, expected);
     return false;
   }
   return length <= entry.size() && sumsToZero(entry.first(length));
@@ -134,7 +134,8 @@ void dmi_table_walk(std::span<const uint8_t> table, unsigned count, bool stopAtE
   for (unsigned i = 0; (count == 0 || i < count) && table.size() >= kHeaderBytes; ++i) {
     const uint8_t length = table[1];
     if (length < kHeaderBytes) {
-      printError(TRX_MESSAGE_WARNING, "Invalid entry length (%u). DMI table is broken! Stop.\n\n", unsigned{length});
+      printError(TRX_MESSAGE_WARNING, "Invalid entry length (%u). DMI table is broken! Stop.\n\n",
+                 unsigned{length});
       return;
     }
     if (length > table.size()) return;
