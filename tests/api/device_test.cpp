@@ -125,9 +125,10 @@ TEST_F(Devices, TellTheTime) {
 
 TEST_F(Devices, LogNvmCommandsWithoutSendingThem) {
   start();
+  const TRX_U32 words[8] = {};
   for (int opcode = 0; opcode < 12; ++opcode) {
     const bool known = opcode == 1 || opcode == 2 || opcode == 4 || opcode == 5 || opcode == 8;
-    EXPECT_EQ(TRX_Adapter_NVM(0, static_cast<TRX_U8>(opcode), 1, nullptr, 0, nullptr, 0, nullptr, 0),
+    EXPECT_EQ(TRX_Adapter_NVM(0, static_cast<TRX_U8>(opcode), 1, words, 8, nullptr, 0, nullptr, 0),
               known ? 0u : 1u);
   }
   _Device *pair = deviceOf(0);

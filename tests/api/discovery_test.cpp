@@ -74,7 +74,7 @@ TEST_F(Discovery, LivesWithoutThePlatformLibrary) {
   }
 }
 
-TEST_F(Discovery, LooksAgainAndForgets) {
+TEST_F(Discovery, LooksAgainAfterATransferAndForgets) {
   start(2);
   platform.answer = [](const Command &command) {
     if (command.io.cmd.opcode != TRX_NVME_FIRMWARE_COMMIT) return supported(command);
@@ -107,16 +107,23 @@ TEST_F(Discovery, FindsAdaptersByTheirPlace) {
   const std::string path = getenv("PATH");
   setenv("PATH", (lspci.folder() + ":" + path).c_str(), 1);
   start(3);
+  EXPECT_STREQ(TRX_Adapter_GetDeviceFun(1), "04:00.00");
   TRX_U8 id = 77;
   EXPECT_EQ(printed([&] { EXPECT_TRUE(findAdapterId("03:00.00", &id)); }),
             "device.bus_dev_fun: 03:00.00\ndevice.bus_dev_fun: 03:00.00\n");
   EXPECT_EQ(id, 2) << "the last one wins";
   EXPECT_EQ(printed([&] { EXPECT_FALSE(findAdapterId("05:00.00", &id)); }), "");
   EXPECT_EQ(id, 2);
-  EXPECT_STREQ(TRX_Adapter_GetDeviceFun(1), "04:00.00");
   EXPECT_EQ(TRX_Adapter_GetSlotID(1), 0xFFFFFFFFu);
-  std::ifstream calls(lspci.folder() + "/calls");
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(calls), {}), "-p\n") << "once";
+  const auto calls = [&] {
+    std::ifstream file(lspci.folder() + "/calls");
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  EXPECT_EQ(calls(), "-p\n") << "once";
+  platform.answer = supported;
+  TRX_Init();
+  EXPECT_EQ(printed([&] { EXPECT_TRUE(findAdapterId("04:00.00", &id)); }), "device.bus_dev_fun: 04:00.00\n");
+  EXPECT_EQ(calls(), "-p\n-p\n") << "once more after a new look";
   setenv("PATH", path.c_str(), 1);
 }
 

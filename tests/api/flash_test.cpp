@@ -123,12 +123,15 @@ TEST_F(Flash, SendsWhatItChecked) {
   platform.answer = [&](const Command &command) {
     std::filesystem::resize_file(file.path(), 1);  // it was checked, and is on its way
     if (command.io.cmd.opcode == TRX_OPCODE_CONTROLLER) {
+      EXPECT_EQ(command.io.cmd.cdw12, 0x40BE0u);
+      EXPECT_EQ(command.io.cmd.cdw13, 0x20585254u) << "TRX and a blank";
+      EXPECT_EQ(command.io.cmd.cdw14, 0u);
       EXPECT_EQ(command.io.cmd.cdw15, crcMake(good.data(), good.size()));
     }
     return Reply{};
   };
   // Quotes: all before, one behind, once.
-  EXPECT_EQ(run("'''" + file.path() + "'", 1, 1, 1).result, 0u);
+  EXPECT_EQ(run("'''" + file.path() + "'", 1, 1, 4).result, 0u);
   EXPECT_EQ(traffic(), "11:3ff:0+4096 11:3ff:400+4096 e2:0:0+0 10:9:0+0 ");
   EXPECT_EQ(platform.commands.at(0).sent, head(good, 4096));
   EXPECT_EQ(platform.commands.at(1).sent, Bytes(good.begin() + 4096, good.end()));
@@ -194,6 +197,17 @@ TEST_F(Flash, EndsWhereItFails) {
   EXPECT_EQ(run("/nowhere", 2, 2, 0, 5).result, 1u) << "no controller";
   EXPECT_EQ(run("/nowhere", 2, 2, 0, 33).result, 1u) << "no such number";
   EXPECT_EQ(traffic(), "");
+}
+
+TEST_F(Flash, AsksForTheActiveSlotOnce) {
+  start();
+  TRXFlash *flash = CreateTRXFlashAdapterInstance(1, TRX_NVME_COMMIT_ACTIVATE_NOW, 0);
+  flash->init(flash, nullptr, 0);
+  platform.replies.push_back({.data = Bytes(4096, 0x35)});
+  for (int i = 0; i < 2; ++i) TRXFlash_query(flash);
+  EXPECT_EQ(flash->m_slot, 5);
+  EXPECT_EQ(traffic(), "2:3:0+0 ");
+  flash->destructor(flash);
 }
 
 TEST_F(Flash, FinalWaitsForATransfer) {

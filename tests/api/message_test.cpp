@@ -19,7 +19,7 @@ class Messages : public ApiTest {
   std::string taken;
 };
 
-TEST_F(Messages, AreTakenInsteadOfBeingPrinted) {
+TEST_F(Messages, AreTakenInsteadOfBeingPrintedAlsoOfATransfer) {
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   platform.listStatus = 13;

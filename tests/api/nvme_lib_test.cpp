@@ -25,6 +25,15 @@ class NvmeLib : public ApiTest {
   NvmeHandle handle;
 };
 
+TEST_F(NvmeLib, SignsAsThePlatformWants) {
+  EXPECT_EQ(
+      platform.signature,
+      "1000000 mgmt-vmhba10 VMware\n16: at 1, 1, 4/1 and 208/2 of 2\n17: at 1, 1, 4/1 and 120/3 of 2\n");
+  ASSERT_EQ(Nvme_GetAdapterList(&list), 0);
+  EXPECT_EQ(platform.signature,
+            "1000000 nvmeMgmt VMware\n16: at 1, 1, 4/2 and 5120/2 of 2\n17: at 1, 1, 4/1 and 4/1 of 2\n");
+}
+
 TEST_F(NvmeLib, OpensByTheWholeName) {
   const nvme_adapter_list none{};
   platform.opens = 0;
@@ -39,13 +48,28 @@ TEST_F(NvmeLib, OpensByTheWholeName) {
 }
 
 TEST_F(NvmeLib, AbortsOnProgrammingErrors) {
-  int slot = 8;
-  EXPECT_DEATH(
-      Nvme_GetAdapterList(nullptr),
-      "device/vmware/native/user/nvme_lib:[0-9]+: Nvme_GetAdapterList: .*list != \\(\\(void \\*\\)0\\)");
-  EXPECT_DEATH(Nvme_Ioctl(handle.get(), 1, nullptr), "Nvme_Ioctl: .*uio");
-  EXPECT_DEATH(Nvme_FWFindSlot(handle.get(), &slot), "\\*slot > 0 && \\*slot < 8");
-  EXPECT_DEATH(Nvme_FWActivate(handle.get(), 1, 4), "action >= 0 && action < 4");
+  int none = 0, eight = 8;
+  usr_io io{};
+  nvme_handle *h = handle.get();
+  const std::pair<std::function<void()>, const char *> rows[] = {
+      {[] { Nvme_GetAdapterList(nullptr); }, "Nvme_GetAdapterList: .*`list != \\(\\(void \\*\\)0\\)'"},
+      {[] { Nvme_Open(nullptr, "vmhba1"); }, "Nvme_Open: .*`adapters != \\(\\(void \\*\\)0\\)'"},
+      {[&] { Nvme_Open(&list, nullptr); }, "Nvme_Open: .*`name != \\(\\(void \\*\\)0\\)'"},
+      {[] { Nvme_Close(nullptr); }, "Nvme_Close: .*`handle'"},
+      {[&] { Nvme_Ioctl(nullptr, 1, &io); }, "Nvme_Ioctl: .*`handle'"},
+      {[&] { Nvme_Ioctl(h, 1, nullptr); }, "Nvme_Ioctl: .*`uio'"},
+      {[&] { Nvme_FWFindSlot(h, nullptr); }, "Nvme_FWFindSlot: .*`handle && slot'"},
+      {[&] { Nvme_FWFindSlot(h, &none); }, "Nvme_FWFindSlot: .*`\\*slot > 0 && \\*slot < 8'"},
+      {[&] { Nvme_FWFindSlot(h, &eight); }, "Nvme_FWFindSlot: .*`\\*slot > 0 && \\*slot < 8'"},
+      {[] { Nvme_FWActivate(nullptr, 1, 1); }, "Nvme_FWActivate: .*`handle'"},
+      {[&] { Nvme_FWActivate(h, 0, 1); }, "Nvme_FWActivate: .*`slot > 0 && slot < 8'"},
+      {[&] { Nvme_FWActivate(h, 8, 1); }, "Nvme_FWActivate: .*`slot > 0 && slot < 8'"},
+      {[&] { Nvme_FWActivate(h, 1, -1); }, "Nvme_FWActivate: .*`action >= 0 && action < 4'"},
+      {[&] { Nvme_FWActivate(h, 1, 4); }, "Nvme_FWActivate: .*`action >= 0 && action < 4'"},
+  };
+  for (const auto &[call, text] : rows)
+    EXPECT_DEATH(call(),
+                 "^device/vmware/native/user/nvme_lib:[0-9]+: " + std::string(text) + " failed\\.\n$");
 }
 
 usr_io expected(uint8_t opcode, TRX_U32 nsid, uint8_t namespaceId, uint8_t direction, TRX_U32 length,

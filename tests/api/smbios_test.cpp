@@ -113,6 +113,7 @@ TEST(Smbios, ReadsFilesOfBothKinds) {
   // clang-format off
   struct { const char *what; Bytes content; int expected; const char *error; } const rows[] = {
       {"SMBIOS 3",          entry3() + good + kEnd,        7,  ""},
+      {"SMBIOS 3 of 32 bytes", entry3(32) + good + kEnd,   7,  ""},
       {"SMBIOS 3 cut",      entry3(24, 90) + good,         -1, ""},
       {"entry too long",    entry3(33) + good,             -1, "Entry point length too large (33 bytes, expected 24).\n"},
       {"checksum",          badSum + good,                 -1, ""},
@@ -120,6 +121,7 @@ TEST(Smbios, ReadsFilesOfBothKinds) {
       {"SMBIOS 2 count",    entry2(8, 1) + good + kEnd,    -1, ""},
       {"inner checksum",    badInner + good,               -1, ""},
       {"version 2.31",      entry2(31, 2) + good,          7,  "SMBIOS version fixup (2.31 -> 2.3).\n"},
+      {"version 2.33",      entry2(33, 2) + good,          7,  "SMBIOS version fixup (2.33 -> 2.3).\n"},
       {"version 2.51",      entry2(51, 2) + good,          7,  "SMBIOS version fixup (2.51 -> 2.6).\n"},
       {"short",             head(entry3(), 23),            -1, ""},
       {"entry past the end", head(entry3(30), 25),         -1, ""},

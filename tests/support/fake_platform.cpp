@@ -53,6 +53,20 @@ int runCommand(const std::string &signature, int code, usr_io *io) {
   return reply.platformStatus;
 }
 
+std::string inNumbers(const vmk_MgmtApiSignature &signature) {
+  char text[120];
+  snprintf(text, sizeof text, "%x %.32s %.32s\n", signature.version, signature.name, signature.vendor);
+  std::string all = text;
+  for (uint32_t i = 0; i < signature.numCallbacks; ++i) {
+    const vmk_MgmtCallbackInfo &each = signature.callbacks[i];
+    snprintf(text, sizeof text, "%lu: at %u%s, %d, %zu/%u and %zu/%u of %d\n", each.callbackId, each.location,
+             each.callback ? " with a callback" : "", each.synchronous, each.parmSizes[0], each.parmTypes[0],
+             each.parmSizes[1], each.parmTypes[1], each.numParms);
+    all += text;
+  }
+  return all;
+}
+
 }  // namespace
 
 extern "C" {
@@ -60,6 +74,7 @@ extern "C" {
 int vmk_MgmtUserInit(vmk_MgmtApiSignature *signature, uint64_t, void **handle) {
   FakePlatform &platform = fakePlatform();
   ++platform.opens;
+  platform.signature = inNumbers(*signature);
   const std::string name = signature->name;
   if (name != "nvmeMgmt" && platform.openStatus) return platform.openStatus;
   ++platform.openHandles;

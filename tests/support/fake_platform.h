@@ -37,6 +37,7 @@ struct FakePlatform {
   std::deque<Reply> replies;
   std::function<Reply(const Command &)> answer;  ///< when the script is at its end
 
+  std::string signature;       ///< that was opened last, in numbers
   int opens = 0;               ///< of signatures, tried
   std::pair<int, int> levels;  ///< of the driver's log, as they were set
   std::vector<Command> commands;

@@ -66,6 +66,18 @@ TEST(Processes, OneThatDiesWithTheLockCostsTheNextFiveSeconds) {
   EXPECT_EQ(host.violations(), "");
 }
 
+// Mapped and touched, an empty file in a semaphore's place would end the process.
+TEST(Processes, GoOnWithoutALockThatCannotBeHad) {
+  SimHost host;
+  const std::string script = ": >/dev/shm/sem.trxd0; exec " TRX_PROCESS_WORKER " time 2";
+  Outcome outcome = runProgram(host.runWords({"sh", "-c", script}));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err,
+            "Exchanges are not protected from other processes: no semaphore trxd0 (another file is in its "
+            "place).\n");
+  EXPECT_EQ(host.violations(), "");
+}
+
 TEST(Processes, ThatAreKilledAnywhereLeaveAWholeState) {
   SimHost host("lab");
   std::string script;

@@ -15,6 +15,18 @@
 
 namespace {
 
+// The platform's records as its library has them.
+static_assert(sizeof(vmk_MgmtCallbackInfo) == 80 && offsetof(vmk_MgmtCallbackInfo, callback) == 8 &&
+              offsetof(vmk_MgmtCallbackInfo, synchronous) == 16 &&
+              offsetof(vmk_MgmtCallbackInfo, numParms) == 17 &&
+              offsetof(vmk_MgmtCallbackInfo, parmSizes) == 24 &&
+              offsetof(vmk_MgmtCallbackInfo, parmTypes) == 56 &&
+              offsetof(vmk_MgmtCallbackInfo, callbackId) == 72);
+static_assert(sizeof(vmk_MgmtApiSignature) == 80 && offsetof(vmk_MgmtApiSignature, name) == 4 &&
+              offsetof(vmk_MgmtApiSignature, vendor) == 36 &&
+              offsetof(vmk_MgmtApiSignature, numCallbacks) == 68 &&
+              offsetof(vmk_MgmtApiSignature, callbacks) == 72);
+
 constexpr uint64_t kInstance = 0;
 constexpr char kLibrary[] = "libvmkmgmt.so";
 constexpr char kGlobalName[] = "nvmeMgmt";
