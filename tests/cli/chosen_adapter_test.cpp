@@ -80,7 +80,8 @@ TEST(ChosenAdapter, IsTheOnlyOneThatIsAsked) {
     for (const std::string &request : requests) {
       std::smatch words;
       if (!std::regex_match(request, words, function) || words[1] == "2fe") continue;  // the state of the log
-      EXPECT_THAT(result.out, HasSubstr("CDW[12]: 0x" + std::string(8 - words[1].length(), '0') + words[1].str() + "\n"));
+      const std::string dword = words[1];
+      EXPECT_THAT(result.out, HasSubstr("CDW[12]: 0x" + std::string(8 - dword.size(), '0') + dword + "\n"));
     }
   }
   EXPECT_EQ(session.host().violations(), "");

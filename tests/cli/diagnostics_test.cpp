@@ -101,7 +101,7 @@ TEST(InfoStructure, ReadsEveryFieldAtItsPlace) {
   };
   auto shown = [&](size_t at) { return lit = at, session.run("dumphba -a show").out; };
   const std::string dark = infoBlock("Off", "EEPROM", gpio, "Off");
-  for (size_t at : {63, 80, 447, 452, 487, 489}) EXPECT_EQ(shown(at), dark) << at;
+  for (size_t at : {63u, 80u, 447u, 452u, 487u, 489u}) EXPECT_EQ(shown(at), dark) << at;
   EXPECT_EQ(shown(448), infoBlock("On", "EEPROM", gpio, "Off"));
   EXPECT_EQ(shown(451), infoBlock("Off", "SPI", gpio, "Off"));
   EXPECT_EQ(shown(79), infoBlock("Off", "EEPROM", gpio, "On"));

@@ -14,6 +14,7 @@ using namespace ::testing;
 #define FAILED(text) \
   "Passthrough command is failed.\nNVMEDevice_sendCommand Failed, Input/output error.\n" text "\n"
 
+// clang-format off
 TEST(Passthru, BuildsTheCommandFromItsOptions) {
   CliSession session;
   const std::string eight = "CDW[0]: 0x2\n\n0x00 0x34 0x01 0x64 0x0a 0x00 0x00 0x00 \n" SUCCESS;
@@ -29,17 +30,17 @@ TEST(Passthru, BuildsTheCommandFromItsOptions) {
         {"passthru -i 1 -o 6 -r read --cdw10=1 --cdw2=5 --cdw3=6 --data-len=0",
          "CDW[0]: 0x6\n\n" SUCCESS "=> 0\n< op=c2 nsid=1 cdw2=5 cdw10=1 cdw14=6\n"},
         {"passthru -i 1 -o 6 -p 2 -f 1 -r read",
-         "CDW[0]: 0x8106\n" FAILED(
-             "Invalid Field in Command (Status Code: 0x2)") "=> 2\n"
-                                                            "< op=c2 nsid=1 cdw14=8106\n"},
-        {"passthru -i 3 -o 0xb -p 1 -f 2 -n 0x17 --cdw2=0x22 --cdw3=0x33 --cdw10=0x1010 --cdw11=0x1111 --cdw12=0x1212 --cdw13=0x1313 -s -r write",
+         "CDW[0]: 0x8106\n" FAILED("Invalid Field in Command (Status Code: 0x2)") "=> 2\n< op=c2 nsid=1 cdw14=8106\n"},
+        {"passthru -i 3 -o 0xb -p 1 -f 2 -n 0x17 --cdw2=0x22 --cdw3=0x33 --cdw10=0x1010 --cdw11=0x1111 --cdw12=0x1212 "
+         "--cdw13=0x1313 -s -r write",
          "CDW[0]: 0x420b\n[Command Format]\nCDW00: 0xc3\nCDW01: 0x3\nCDW02: 0x22\nCDW03: 0x33\nCDW04: 0x0\nCDW05: 0x0\nCDW06: 0x0\nCDW07: 0x0\n"
          "CDW08: 0x0\nCDW09: 0x0\nCDW10: 0x1010\nCDW11: 0x1111\nCDW12: 0x1212\nCDW13: 0x1313\nCDW14: 0x420b\nCDW15: 0x17\n"
          "VMware does not support passthrough write command .\n=> 0\n"},
-        {"passthru -i 1 -o 6 -r read --cdw10=1 -d 17", "CDW[0]: 0x6\n\n0x10 0x7a 0x10 0x7a 0x48 0x58 0x31 0x53 0x30 0x41 0x37 0x37 0x34 0x38 0x20 0x20 "
-         "\n0x20 \n" SUCCESS "=> 0\n< op=c2 nsid=1 cdw10=1 cdw14=6 len=17\n"},
+        {"passthru -i 1 -o 6 -r read --cdw10=1 -d 17",
+         "CDW[0]: 0x6\n\n0x10 0x7a 0x10 0x7a 0x48 0x58 0x31 0x53 0x30 0x41 0x37 0x37 0x34 0x38 0x20 0x20 \n0x20 \n" SUCCESS "=> 0\n< op=c2 nsid=1 cdw10=1 cdw14=6 len=17\n"},
         // The health log is decoded where it is whole, and where it is that command.
-        {"passthru -i 1 -o 6 -r read --cdw10=0x7f0002 -d 1", "CDW[0]: 0x6\n" FAILED("Invalid Field in Command (Status Code: 0x2)") "=> 2\n< op=c2 nsid=1 cdw10=7f0002 cdw14=6 len=1\n"},
+        {"passthru -i 1 -o 6 -r read --cdw10=0x7f0002 -d 1",
+         "CDW[0]: 0x6\n" FAILED("Invalid Field in Command (Status Code: 0x2)") "=> 2\n< op=c2 nsid=1 cdw10=7f0002 cdw14=6 len=1\n"},
         {"passthru -i 77 -o 6 -r read",
          "CDW[0]: 0x6\n" FAILED("Invalid HD ID (Status Code: 0x706)") "=> 1798\n< op=c2 nsid=4d cdw14=6\n"},
         {"passthru -i 0 -o 0x77 -r read",
@@ -49,6 +50,7 @@ TEST(Passthru, BuildsTheCommandFromItsOptions) {
                                                                          "< op=c2 cdw10=7f0005 cdw14=2\n"}});
   EXPECT_EQ(session.host().violations(), "");
 }
+// clang-format on
 
 TEST(Passthru, DumpsAndDecodesTheHealthLog) {
   CliSession session;

@@ -2,6 +2,8 @@
 // Which adapter is current, its configuration, LEDs, resets, debug level and manufacturing switches.
 #include <gmock/gmock.h>
 
+#include <map>
+
 #include "Play.h"
 
 namespace trx::test {
@@ -102,10 +104,12 @@ TEST(Configuration, IsReadAndWritten) {
   EXPECT_EQ(session.host().violations(), "");
 }
 
+// clang-format off
 TEST(Configuration, IsShownInWords) {
   CliSession session;
-  for (const auto &[code, word] : {std::pair{0, "High"}, {1, "Unknown"}, {2, "Medium"}, {32, "Low"}, {33, "Unknown"}}) {
-    deviceSays = [code](std::span<uint8_t> reply) { reply[8] = 2, reply[9] = static_cast<uint8_t>(code); };
+  const std::string read = "op=e2 cdw10=3ff cdw12=1e0 len=4096";
+  for (const auto &[code, word] : std::map<uint8_t, const char *>{{0, "High"}, {1, "Unknown"}, {2, "Medium"}, {32, "Low"}, {33, "Unknown"}}) {
+    deviceSays = [rate = code](std::span<uint8_t> reply) { reply[8] = 2, reply[9] = rate; };
     EXPECT_EQ(session.run("get -o hba -i 0").out, config(0, "off", word));
   }
   deviceSays = [](std::span<uint8_t> reply) { reply[0] = 'X', reply[4] = 1, reply[8] = 1, reply[9] = 32; };
@@ -113,14 +117,12 @@ TEST(Configuration, IsShownInWords) {
   // Neither command looks at the signature; what is not given is written back as it was.
   expectRow(session, {"set -o hba -i 0 -a off", 0,
                       "CDW[0] : 0x000000e2\nCDW[10]: 0x000003ff\nCDW[12]: 0x000001e0\nCDW[0] : 0x000000e2\nCDW[10]: 0x00000000\n"
-                      "CDW[12]: 0x000002e0\nCDW[14]: 0x00002000\nHBA configuration is updated.\n",
-                      {"op=e2 cdw10=3ff cdw12=1e0 len=4096", "op=e2 cdw12=2e0 cdw14=2000"}, 0, true});
-  dbg_enable = false;
+                      "CDW[12]: 0x000002e0\nCDW[14]: 0x00002000\nHBA configuration is updated.\n", {read, "op=e2 cdw12=2e0 cdw14=2000"}, 0, true});
   deviceSays = nullptr;
   session.host().sim("fault", {"add", "op=e2", "group=e0", "sub=1", "nth=2", "nvme=0x10b"});
-  expectRow(session, {"get -o hba", 0xB, config(0, "off", "Low") + "\nUnable to get configuration of NVMe Controller 255\n",
-                      {"op=e2 cdw10=3ff cdw12=1e0 len=4096", "op=e2 cdw10=3ff cdw12=1e0 len=4096"}});
+  expectRow(session, {"get -o hba", 0xB, config(0, "off", "Low") + "\nUnable to get configuration of NVMe Controller 255\n", {read, read}});
 }
+// clang-format on
 
 TEST(Configuration, AsksOnlyTheFirstTwoAdaptersByNumber) {
   CliSession session("adapters33");

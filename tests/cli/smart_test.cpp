@@ -84,7 +84,7 @@ TEST(SmartLog, ReadsRealPagesAsAnotherProgramDoes) {
 
 TEST(SmartLog, ReadsEveryFieldAtItsPlace) {
   SmartLog log{};
-  for (size_t at : {0, 1, 3, 4, 5}) log[at] = static_cast<TRX_U8>(0xA0 + at);
+  for (size_t at : {0u, 1u, 3u, 4u, 5u}) log[at] = static_cast<TRX_U8>(0xA0 + at);
   log[2] = 1;
   for (size_t at = 32; at < 232; at += at < 192 ? 16 : 4) {
     log[at] = static_cast<TRX_U8>(at);
