@@ -33,18 +33,15 @@ std::string put(CliSession &session, const char *name, const std::string &conten
 
 TEST(VpdRead, RefusesWhatIsBeyondTheStore) {
   CliSession session;
-  expectRows(session, {
-      {"vpdread -o 500 -l 13", 0, "Invalid range via offset: 0x1f4, data length: 0xd\n"},
-      // Neither a negative number nor a wrap of the sum gets through.
-      {"vpdread -o 0xffffffff -l 10", 0, "Invalid range via offset: 0xffffffff, data length: 0xa\n"},
-      {"vpdread -o -0x1 -l 10", 0, "-o: Invalid offset value\n"},
-      {"vpdread -o 0xffffffff -l 10", 0, "Invalid range via offset: 0xffffffff, data length: 0xa\n"},
-      {"vpdread -o 0 -l 4294967296", 0, "-l: Invalid data length value\n"},
-      {"vpdread -o x -l 10", 0, "-o: Invalid offset value\n"},
-      {"vpdread -o 0 -l -1", 0, "-l: Invalid data length value\n"},
-      {"vpdread -o 0 -l 1 -f /nowhere/x", 0, "Unable to open file '/nowhere/x': No such file or directory\n"},
-      {"vpdread -l 1", 0, "vpdread: option -o is required\n"},
-      {"vpdread -o 1", 0, "vpdread: option -l is required\n"},
+  // Neither a negative number nor a wrap of the sum gets through.
+  expectRefused(session, {
+      {"vpdread -o 500 -l 13", "Invalid range via offset: 0x1f4, data length: 0xd"},
+      {"vpdread -o 0xffffffff -l 10", "Invalid range via offset: 0xffffffff, data length: 0xa"},
+      {"vpdread -o -0x1 -l 10", "-o: Invalid offset value"},
+      {"vpdread -o 0 -l 4294967296", "-l: Invalid data length value"}, {"vpdread -o x -l 10", "-o: Invalid offset value"},
+      {"vpdread -o 0 -l -1", "-l: Invalid data length value"},
+      {"vpdread -o 0 -l 1 -f /nowhere/x", "Unable to open file '/nowhere/x': No such file or directory"},
+      {"vpdread -l 1", "vpdread: option -o is required"}, {"vpdread -o 1", "vpdread: option -l is required"},
   });
 }
 
@@ -87,10 +84,11 @@ TEST(VpdWrite, RefusesFilesAndRanges) {
       {"mi_passthruwrite -o 0xffffffff -l 2 -f " + small, 0, "Invalid range via offset:0xffffffff, data length:0x2\n"},
       {"mi_passthruwrite -o 0 -l 6 -f " + small, 0, "Input file is shorter than data length: 0x5, data length: 0x6\n"},
       {"mi_passthruwrite -o 0 -l 6 -f " + large, 0, "Input file is too long: 0xfbf0, at most 0xfbef\n"},
-      {"mi_passthruwrite -o 0 -l 6 -f /", 0, "Unable to open file '/': Is a directory\n"},
-      {"mi_passthruwrite -l 1", 0, "mi_passthruwrite: option -o is required\n"},
-      {"mi_passthruwrite -o 1", 0, "mi_passthruwrite: option -l is required\n"},
-      {"mi_passthruwrite -o 1 -l 1", 0, "mi_passthruwrite: option -f is required\n"},
+  });
+  expectRefused(session, {
+      {"mi_passthruwrite -o 0 -l 6 -f /", "Unable to open file '/': Is a directory"},
+      {"mi_passthruwrite -l 1", "mi_passthruwrite: option -o is required"}, {"mi_passthruwrite -o 1", "mi_passthruwrite: option -l is required"},
+      {"mi_passthruwrite -o 1 -l 1", "mi_passthruwrite: option -f is required"},
   });
   std::filesystem::resize_file(large, 64495);
   EXPECT_THAT(session.run("mi_passthruwrite -o 255 -l 1 -f " + large).out, EndsWith("write success.\n"));

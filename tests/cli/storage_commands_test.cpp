@@ -16,11 +16,6 @@ using namespace ::testing;
 constexpr char kSuccess[] = "cmd success\n";
 constexpr char kFailed[] = "cmd failed.\n";
 
-/// Lines that are refused with a line of text and result 0; nothing is sent.
-void expectRefused(CliSession &session, const std::vector<std::pair<std::string, std::string>> &rows) {
-  for (const auto &[line, text] : rows) expectRow(session, {line, 0, text + "\n"});
-}
-
 // clang-format off
 TEST(Vd, ReadsItsOptionsAndSendsOneRequest) {
   CliSession session("lab");

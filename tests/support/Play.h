@@ -69,6 +69,11 @@ inline void expectRows(CliSession &session, const std::vector<Row> &rows) {
   EXPECT_EQ(session.host().violations(), "");
 }
 
+/// Lines that are refused with a line of text and result 0; nothing is sent.
+inline void expectRefused(CliSession &session, const std::vector<std::pair<std::string, std::string>> &rows) {
+  for (const auto &[line, text] : rows) expectRow(session, {line, 0, text + "\n"});
+}
+
 struct Step {
   std::string line;  ///< "@" stands for the host's directory; "!" begins a verb of trx_sim
   std::string transcript;
