@@ -222,10 +222,17 @@ TEST_F(Flash, KilledInMidTransferLeavesTheOldFirmware) {
        {{"!image @i.bin --size 65536 --version 9.9.9.9999", ""}, {"!fault add op=11 nth=3 delay=5000", ""}});
   SimHost &host = session.host();
   std::string path = host.directory() / "i.bin";
-  Outcome killed = runProgram(host.runWords({"timeout", "-s", "KILL", "0.7", TRX_CLI_PATH, "flash", "-o",
-                                             "hba", "-f", path, "-s", "1", "-c", "1"}));
+  auto kill = [&](const char *object) {
+    return runProgram(host.runWords({"timeout", "-s", "KILL", "0.7", TRX_CLI_PATH, "flash", "-o", object,
+                                     "-i", "0", "-f", path, "-s", "1", "-c", "1"}));
+  };
+  Outcome killed = kill("hba");
   EXPECT_EQ(killed.status, 137);
+  EXPECT_THAT(killed.out, StartsWith("start to flash NVMe Controller 0 firmware\nflash NVMe Controller 0, "))
+      << "told when it happens, also through a pipe";
   EXPECT_THAT(brief(session.requests().back()), StartsWith("op=11 cdw10=3ff cdw11=400"));
+  play(session, {{"!fault clear", ""}, {"!fault add op=c3 delay=5000", ""}});
+  EXPECT_EQ(kill("pd").out, "Download firmware percentage:0\n");
   play(session, {{"!fault clear", ""}, {"!restart", ""}});
   EXPECT_EQ(controllerVersion(), "1.2.0.1035");
   EXPECT_EQ(session.run("flash -o hba -q firmware").library, SLOTS(1, 0));
