@@ -41,15 +41,19 @@ TEST_F(Discovery, TakesUpTo33Controllers) {
 }
 
 TEST_F(Discovery, KeepsOnlySupportedControllersInOrder) {
-  for (const char *name : {"vmhba9", "vmhba3", "vmhba7", "vmhba5", "vmhba1"}) platform.addAdapter(name);
-  platform.replies = {identifyReply(),
-                      controllerInformation(),  // vmhba9
-                      identifyReply(0x8086),    // vmhba3: somebody else's
-                      identifyReply(),
-                      controllerInformation(0x1234),  // vmhba7: another device
-                      {.driverStatus = 5, .sc = 6},   // vmhba5: no answer
-                      identifyReply(),
-                      controllerInformation()};  // vmhba1
+  for (const char *name : {"vmhba9", "vmhba3", "vmhba7", "vmhba5", "vmhba4", "vmhba1"})
+    platform.addAdapter(name);
+  platform.replies = {
+      identifyReply(),
+      controllerInformation(),  // vmhba9
+      identifyReply(0x8086),    // vmhba3: somebody else's
+      identifyReply(),
+      controllerInformation(0x1234),  // vmhba7: another device
+      {.driverStatus = 5, .sc = 6},   // vmhba5: no answer
+      identifyReply(),
+      {.data = controllerInformation().data, .driverStatus = 5, .sc = 6},  // vmhba4: half an answer
+      identifyReply(),
+      controllerInformation()};  // vmhba1
   printed([] { TRX_Init(); });
   ASSERT_EQ(TRX_Adapter_GetCount(), 2);
   EXPECT_STREQ(TRX_Adapter_GetDevicePath(0), "vmhba9");
@@ -64,13 +68,13 @@ TEST_F(Discovery, LivesWithoutThePlatformLibrary) {
       {TRX_LACKING_DIR, "libvmkmgmt.so has no vmk_MgmtUserDestroy.\n"},
   };
   for (const auto &[folder, reason] : rows) {
-    const std::string command = "LD_LIBRARY_PATH=" + folder + " " TRX_API_CONSUMER " 2>&1";
+    const std::string command = "LD_LIBRARY_PATH=" + folder + " " TRX_EXAMPLE " 2>&1";
     std::array<char, 400> text{};
     FILE *pipe = popen(command.c_str(), "r");
     ASSERT_TRUE(pipe);
     const size_t length = fread(text.data(), 1, text.size(), pipe);
     EXPECT_EQ(pclose(pipe), 0);
-    EXPECT_EQ(std::string(text.data(), length), reason + "Failed to initialize NVMe.\n1.0.0.1035 0\n");
+    EXPECT_EQ(std::string(text.data(), length), reason + "Failed to initialize NVMe.");
   }
 }
 
@@ -112,7 +116,7 @@ TEST_F(Discovery, FindsAdaptersByTheirPlace) {
   EXPECT_EQ(printed([&] { EXPECT_TRUE(findAdapterId("03:00.00", &id)); }),
             "device.bus_dev_fun: 03:00.00\ndevice.bus_dev_fun: 03:00.00\n");
   EXPECT_EQ(id, 2) << "the last one wins";
-  EXPECT_EQ(printed([&] { EXPECT_FALSE(findAdapterId("05:00.00", &id)); }), "");
+  EXPECT_EQ(printed([&] { EXPECT_FALSE(findAdapterId("05:00.00", &id) || findAdapterId("", &id)); }), "");
   EXPECT_EQ(id, 2);
   EXPECT_EQ(TRX_Adapter_GetSlotID(1), 0xFFFFFFFFu);
   const auto calls = [&] {

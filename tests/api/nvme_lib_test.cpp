@@ -29,6 +29,11 @@ TEST_F(NvmeLib, SignsAsThePlatformWants) {
   EXPECT_EQ(
       platform.signature,
       "1000000 mgmt-vmhba10 VMware\n16: at 1, 1, 4/1 and 208/2 of 2\n17: at 1, 1, 4/1 and 120/3 of 2\n");
+  const std::string longest(32, 'x');
+  platform.addAdapter(longest);
+  ASSERT_EQ(Nvme_GetAdapterList(&list), 0);
+  EXPECT_TRUE(NvmeHandle(Nvme_Open(&list, longest.c_str())));
+  EXPECT_EQ(platform.signature.substr(0, 47), "1000000 mgmt-" + longest.substr(6) + " VMware\n");
   ASSERT_EQ(Nvme_GetAdapterList(&list), 0);
   EXPECT_EQ(platform.signature,
             "1000000 nvmeMgmt VMware\n16: at 1, 1, 4/2 and 5120/2 of 2\n17: at 1, 1, 4/1 and 4/1 of 2\n");

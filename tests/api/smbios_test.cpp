@@ -110,6 +110,8 @@ TEST(Smbios, ReadsFilesOfBothKinds) {
   ++badSum[20];
   Bytes badInner = entry2(8, 2);
   badInner[21] += 1, badInner[4] -= 1;
+  Bytes otherAnchor = entry2(8, 2);
+  otherAnchor[3] += 1, otherAnchor[4] -= 1;
   // clang-format off
   struct { const char *what; Bytes content; int expected; const char *error; } const rows[] = {
       {"SMBIOS 3",          entry3() + good + kEnd,        7,  ""},
@@ -120,6 +122,7 @@ TEST(Smbios, ReadsFilesOfBothKinds) {
       {"SMBIOS 2",          entry2(8, 2) + good + kEnd,    7,  ""},
       {"SMBIOS 2 count",    entry2(8, 1) + good + kEnd,    -1, ""},
       {"inner checksum",    badInner + good,               -1, ""},
+      {"another anchor",    otherAnchor + good,            -1, ""},
       {"version 2.31",      entry2(31, 2) + good,          7,  "SMBIOS version fixup (2.31 -> 2.3).\n"},
       {"version 2.33",      entry2(33, 2) + good,          7,  "SMBIOS version fixup (2.33 -> 2.3).\n"},
       {"version 2.51",      entry2(51, 2) + good,          7,  "SMBIOS version fixup (2.51 -> 2.6).\n"},
