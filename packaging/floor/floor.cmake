@@ -20,10 +20,12 @@ if(TRX_FLOOR_STUBS)
       message(FATAL_ERROR "TRX_OLDEST_LIBC needs readelf and awk, and ${tool} is not found; ${without}")
     endif()
   endforeach()
-  execute_process(COMMAND ${CMAKE_C_COMPILER} -print-file-name=libc.so.6 OUTPUT_VARIABLE libc OUTPUT_STRIP_TRAILING_WHITESPACE)
+  execute_process(COMMAND ${CMAKE_C_COMPILER} -print-file-name=libc.so.6
+                  OUTPUT_VARIABLE libc OUTPUT_STRIP_TRAILING_WHITESPACE)
   set(made ${TRX_FLOOR_STUBS}/libc.so) # the last file that is written
   if(${floorDirectory}/make-stubs IS_NEWER_THAN ${made} OR ${libc} IS_NEWER_THAN ${made})
-    execute_process(COMMAND ${floorDirectory}/make-stubs ${TRX_OLDEST_LIBC} ${TRX_FLOOR_STUBS} ${CMAKE_C_COMPILER} ${CMAKE_READELF}
+    execute_process(COMMAND ${floorDirectory}/make-stubs ${TRX_OLDEST_LIBC} ${TRX_FLOOR_STUBS}
+                            ${CMAKE_C_COMPILER} ${CMAKE_READELF}
                     RESULT_VARIABLE failed)
     if(failed)
       message(FATAL_ERROR "TRX_OLDEST_LIBC: no stand-ins for ${TRX_OLDEST_LIBC}; ${without}")
