@@ -59,7 +59,7 @@ class OnceOnly {
 
 std::string printable(std::string text) {
   constexpr size_t kMost = 240;
-  if (text.size() > kMost) text = text.substr(0, kMost) + "...";
+  if (text.size() > kMost) text.replace(kMost, std::string::npos, "...");
   std::ranges::replace_if(
       text, [](char c) { return c < ' ' || c > '~'; }, '?');
   return text;
