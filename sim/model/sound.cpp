@@ -17,8 +17,9 @@ bool soundFirmware(const FirmwareSlots &slots) {
 
 bool soundCore(const AdapterCore &core) {
   return plainName(fieldText(core.name)) && core.name[std::size(core.name) - 1] == '\0' &&
-         soundFirmware(core.firmware) && soundTime(core.smart.since) &&
-         core.vpdTarget < std::size(core.vpd) && core.miRequestLength <= std::size(core.miRequest);
+         core.controllerId <= kLastController && soundFirmware(core.firmware) &&
+         soundTime(core.smart.since) && core.vpdTarget < std::size(core.vpd) &&
+         core.miRequestLength <= std::size(core.miRequest);
 }
 
 bool soundDisk(const Disk &disk) {
