@@ -65,7 +65,8 @@ bool measure(int file, const TRXFileBuffer &buffer, std::size_t *length) {
   }
   *length = static_cast<std::size_t>(about.st_size);
   // The offset after the last step, which is a whole one, must still be a 32-bit number.
-  const std::size_t most = UINT32_MAX / buffer.m_step_length * buffer.m_step_length;
+  const TRX_U32 step = std::max<TRX_U32>(buffer.m_step_length, 1);
+  const std::size_t most = UINT32_MAX / step * step;
   if (*length <= most) return true;
   printError(TRX_MESSAGE_ERROR, "Firmware image %s: too large, %zu bytes of at most %zu.\n", buffer.m_path,
              *length, most);
@@ -75,7 +76,9 @@ bool measure(int file, const TRXFileBuffer &buffer, std::size_t *length) {
 bool load(int file, TRXFileBuffer &buffer, std::size_t length) {
   // A byte more than there should be shows a file that grows.
   buffer.m_image.reset(new (std::nothrow) TRX_U8[length + 1]);
-  buffer.m_data.reset(static_cast<TRX_U8 *>(std::aligned_alloc(TRX_PAGE_SIZE, buffer.m_step_length)));
+  void *step = nullptr;
+  if (posix_memalign(&step, TRX_PAGE_SIZE, buffer.m_step_length) == 0)
+    buffer.m_data.reset(static_cast<TRX_U8 *>(step));
   if (!buffer.m_image || !buffer.m_data) {
     printError(TRX_MESSAGE_ERROR, "Firmware image %s: no memory for %zu bytes.\n", buffer.m_path, length);
     return false;

@@ -37,7 +37,7 @@ TRXFileBuffer *CreateTRXFileBufferInstance();
 /// Read a file whole. Why it cannot be had is said on standard error: it cannot be opened or read, is no
 /// regular file, is so long that `m_offset` could not tell its end, changes meanwhile, or memory is short.
 /// @param path single quotes around it are taken off, in place; it must outlive the buffer
-/// @param step whole pages
+/// @param step bytes
 /// @return 0, or 1 when it cannot be had
 TRX_U32 TRXFileBuffer_open_for_read(TRXFileBuffer *buffer, char *path, TRX_U32 step);
 
