@@ -20,7 +20,7 @@ void readWord(char *word) {
   }
   fuzz::require(trx::pathArgument(word).size() <= length);
   trx::decimal(word);
-  trx::userId(word);
+  trx::zeroBasedId16(word);
   trx::zeroBasedId(word);
   trx::hexOrDecimal(word);
   if (auto number = trx::hexOrDecimalUpTo(255, word)) fuzz::require(*number <= 255);

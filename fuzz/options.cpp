@@ -59,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   int32_t row = 0, code = 0;
   for (int32_t calls = 0; code != -1; ++calls) {
     // Commands leave a scan at its first error, and the next scan must not mind.
-    if (stopAfter != 0 && calls == stopAfter) trx::optind = 1;
+    if (stopAfter != 0 && calls == stopAfter) trx::setoptind(1);
     fuzz::require(static_cast<size_t>(calls) <= 2 * characters + 2 * words.size() + 64);
     auto read = (modes & 3) == 0 ? trx::getopt_long_only : trx::getopt_long;
     code = (modes & 3) == 1 ? trx::getopt(argc, argv.data(), letters.data())
