@@ -9,20 +9,16 @@ namespace {
 
 class NvmeLib : public ApiTest {
  protected:
-  void SetUp() override {
+  NvmeLib() {
     platform.addAdapter("vmhba1");
     platform.addAdapter("vmhba10");
-    ASSERT_EQ(Nvme_GetAdapterList(&list), 0);
+    EXPECT_EQ(Nvme_GetAdapterList(&list), 0);
     handle.reset(Nvme_Open(&list, "vmhba10"));
-    ASSERT_TRUE(handle);
+    h = handle.get();
   }
-  void TearDown() override {
-    handle.reset();
-    ApiTest::TearDown();
-  }
-
   nvme_adapter_list list{};
   NvmeHandle handle;
+  nvme_handle *h;
 };
 
 TEST_F(NvmeLib, SignsAsThePlatformWants) {
@@ -47,7 +43,7 @@ TEST_F(NvmeLib, OpensByTheWholeName) {
   EXPECT_EQ(platform.opens, 0) << "the platform was bothered";
   platform.openStatus = 1;
   EXPECT_EQ(Nvme_Open(&list, "vmhba1"), nullptr);
-  platform.count = 4000;  // more than the list has room for
+  platform.adapters.resize(4000);  // more than the list has room for
   ASSERT_EQ(Nvme_GetAdapterList(&list), 0);
   EXPECT_EQ(list.count, 64u);
 }
@@ -55,7 +51,6 @@ TEST_F(NvmeLib, OpensByTheWholeName) {
 TEST_F(NvmeLib, AbortsOnProgrammingErrors) {
   int none = 0, eight = 8;
   usr_io io{};
-  nvme_handle *h = handle.get();
   const std::pair<std::function<void()>, const char *> rows[] = {
       {[] { Nvme_GetAdapterList(nullptr); }, "Nvme_GetAdapterList: .*`list != \\(\\(void \\*\\)0\\)'"},
       {[] { Nvme_Open(nullptr, "vmhba1"); }, "Nvme_Open: .*`adapters != \\(\\(void \\*\\)0\\)'"},
@@ -72,45 +67,35 @@ TEST_F(NvmeLib, AbortsOnProgrammingErrors) {
       {[&] { Nvme_FWActivate(h, 1, -1); }, "Nvme_FWActivate: .*`action >= 0 && action < 4'"},
       {[&] { Nvme_FWActivate(h, 1, 4); }, "Nvme_FWActivate: .*`action >= 0 && action < 4'"},
   };
-  for (const auto &[call, text] : rows)
-    EXPECT_DEATH(call(),
-                 "^device/vmware/native/user/nvme_lib:[0-9]+: " + std::string(text) + " failed\\.\n$");
+  const std::string where = "^device/vmware/native/user/nvme_lib:[0-9]+: ";
+  for (const auto &[call, text] : rows) EXPECT_DEATH(call(), where + text + " failed\\.\n$");
 }
 
 usr_io expected(uint8_t opcode, TRX_U32 nsid, uint8_t namespaceId, uint8_t direction, TRX_U32 length,
-                const std::vector<TRX_U32> &words, _TRX_U64 timeoutUs = 2'000'000) {
-  alignas(8) usr_io io{};
-  io.cmd.opcode = opcode;
-  io.cmd.nsid = nsid;
-  std::copy(words.begin(), words.end(),
-            reinterpret_cast<TRX_U32 *>(reinterpret_cast<uint8_t *>(&io.cmd) + 40));
-  io.namespaceID = namespaceId;
-  io.direction = direction;
-  io.length = length;
-  io.timeoutUs = timeoutUs;
-  return io;
+                const std::array<TRX_U32, 6> &w, _TRX_U64 timeoutUs = 2'000'000) {
+  const nvme_cmd cmd = {opcode, 0, 0, nsid, 0, 0, 0, 0, 0, w[0], w[1], w[2], w[3], w[4], w[5]};
+  return {cmd, {}, namespaceId, direction, 0, 0, length, 0, timeoutUs, 0, 0};
 }
 
 TEST_F(NvmeLib, BuildsCommands) {
   alignas(4096) uint8_t id[4096] = {};
-  const Bytes image(8193, 0x42);
-  const auto download = [&](TRX_U32 size) { return Nvme_FWDownload(handle.get(), 1, image.data(), size); };
+  Bytes image(16385), sent;
+  for (size_t i = 0; i < image.size(); ++i) image[i] = static_cast<uint8_t>(i >> 8);
   int slot = 1;
-  nvme_handle *h = handle.get();
   // clang-format off
   struct { std::function<int()> call; std::vector<usr_io> commands; } const rows[] = {
       {[&] { return Nvme_Identify(h, -1, id); },                {expected(0x06, 0, 0xFF, 1, 4096, {1})}},
       {[&] { return Nvme_Identify(h, 3, id); },                 {expected(0x06, 3, 0xFF, 1, 4096, {})}},
       {[&] { return Nvme_CreateNamespace_IDT(h, 2, 8, 9); },    {expected(0xC1, 2, 2, 0, 0, {0, 0, 3, 8, 9})}},
       {[&] { return Nvme_DeleteNamespace_IDT(h, 0x104); },      {expected(0xC1, 0x104, 4, 0, 0, {0, 0, 2})}},
-      {[&] { return download(0); },                             {}},
-      {[&] { return download(8193); },                          {expected(0x11, ~0u, 0, 0, 8192, {2047, 0}), expected(0x11, ~0u, 0, 0, 1, {~0u, 2048})}},
+      {[&] { return Nvme_FWDownload(h, 1, image.data(), 0); },                {}},
+      {[&] { return Nvme_FWDownload(h, 1, image.data(), 16385); },             {expected(0x11, ~0u, 0, 0, 8192, {2047, 0}), expected(0x11, ~0u, 0, 0, 8192, {2047, 2048}), expected(0x11, ~0u, 0, 0, 1, {~0u, 4096})}},
       {[&] { return Nvme_FWFindSlot(h, &slot); },               {expected(0x02, ~0u, 0, 1, 512, {0x007F0003})}},
       {[&] { return Nvme_FWActivate(h, 7, 3); },                {expected(0x10, ~0u, 0, 1, 0, {0x1F})}},
       {[&] { return Nvme_FormatNvm(h, 1, 1, 1, 1, 3, 5); },     {expected(0x80, 5, 5, 0, 0, {0x333}, 1'800'000'000)}},
   };
   // clang-format on
-  platform.answer = [](const Command &) { return Reply{}; };
+  platform.answer = success;
   for (const auto &row : rows) {
     platform.commands.clear();
     EXPECT_EQ(row.call(), 0);
@@ -118,26 +103,16 @@ TEST_F(NvmeLib, BuildsCommands) {
     for (size_t i = 0; i < row.commands.size(); ++i) {
       usr_io &io = platform.commands[i].io;
       EXPECT_TRUE(platform.commands[i].aligned);
+      sent = sent + platform.commands[i].sent;
       io.addr = 0;
       EXPECT_EQ(bytesOf(io), bytesOf(row.commands[i])) << "opcode " << int{io.cmd.opcode};
     }
   }
+  EXPECT_EQ(sent, image) << "in its order";
   EXPECT_EQ(Nvme_IOPassthru(h, std::make_unique<usr_io>().get()), 0);
   EXPECT_EQ(platform.commands.back().code, 2);
   EXPECT_EQ(Nvme_SetLogLevel(3, 4), 0);
   EXPECT_EQ(platform.levels, std::pair(3, 4));
-}
-
-TEST_F(NvmeLib, SendsAnImageByChunks) {
-  Bytes image(20000);
-  for (size_t i = 0; i < image.size(); ++i) image[i] = static_cast<uint8_t>(i >> 8);
-  platform.answer = [](const Command &) { return Reply{}; };
-  EXPECT_EQ(Nvme_FWDownload(handle.get(), 1, image.data(), 20000), 0);
-  Bytes sent;
-  for (const Command &command : platform.commands)
-    sent.insert(sent.end(), command.sent.begin(), command.sent.end());
-  EXPECT_EQ(platform.commands.size(), 3u);
-  EXPECT_EQ(sent, image);
 }
 
 TEST_F(NvmeLib, FoldsStatuses) {
@@ -146,7 +121,6 @@ TEST_F(NvmeLib, FoldsStatuses) {
   Bytes third = slots;
   third[8 + 2 * 8] = 0;
   int slot = 1;
-  nvme_handle *h = handle.get();
   const uint8_t image[8192] = {};
   usr_io io{};
   // clang-format off
@@ -174,24 +148,23 @@ TEST_F(NvmeLib, LoadsImageFiles) {
   const TemporaryFile file("image", {1, 2, 3});
   std::unique_ptr<uint8_t[]> image;
   size_t size = 0;
-  EXPECT_EQ(Nvme_FWLoadImage(file.path().c_str(), &image, &size), 0);
+  EXPECT_EQ(Nvme_FWLoadImage(file.path.c_str(), &image, &size), 0);
   ASSERT_EQ(size, 3u);
   EXPECT_EQ(image[2], 3);
   EXPECT_EQ(Nvme_FWLoadImage(nullptr, &image, &size), -22);
   EXPECT_EQ(Nvme_FWLoadImage("/nowhere", nullptr, &size), -22);
   EXPECT_EQ(Nvme_FWLoadImage("/nowhere", &image, nullptr), -22);
-  const std::string fifo = file.folder() + "/fifo";
+  const std::string &folder = file.folder, fifo = folder + "/fifo";
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
   const std::tuple<std::string, int, std::string> rows[] = {
-      {"/nowhere", -2, "ERROR: Failed to open firmware image.\n"},
-      {file.folder(), -1, "ERROR: " + file.folder() + " is not a file.\n"},
-      {fifo, -1, "ERROR: " + fifo + " is not a file.\n"},
+      {"/nowhere", -2, "2>ERROR: Failed to open firmware image.\n"},
+      {folder, -1, "2>ERROR: " + folder + " is not a file.\n"},
+      {fifo, -1, "2>ERROR: " + fifo + " is not a file.\n"},
       {"/proc/self/mem", 0, ""},
   };
   for (const auto &[path, status, error] : rows) {
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(Nvme_FWLoadImage(path.c_str(), &image, &size), status) << path;
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), error);
+    const auto load = [&, name = path.c_str()] { return Nvme_FWLoadImage(name, &image, &size); };
+    EXPECT_EQ(printed([&, expected = status] { EXPECT_EQ(load(), expected) << path; }), error);
   }
   EXPECT_EQ(size, 0u) << "of the last one that could be read";
 }

@@ -13,76 +13,38 @@ namespace {
 
 using namespace ::testing;
 
-constexpr char kPathOffered[] = "<path>";
-
 std::string offered(const std::string &line) {
   Completion found = complete(line);
-  std::string text = found.path ? kPathOffered : "";
+  std::string text = found.path ? "<path>" : "";
   for (const std::string &word : found.words) text += (text.empty() ? "" : " ") + word;
   return text;
 }
 
 TEST(Completion, OffersWhatMayStandThere) {
-  const struct {
-    const char *line;
-    const char *words;
-  } rows[] = {
+  // clang-format off
+  const struct { const char *line, *words; } rows[] = {
       // commands: the listed ones, in any case
-      {"inf", "info"},
-      {"IN", "info init"},
-      {"v", "version vd vpd vpdread"},
-      {"mi_", ""},
-      {"--d", ""},
-      {" inf", ""},  // a leading blank makes an empty command word
+      {"inf", "info"}, {"IN", "info init"}, {"v", "version vd vpd vpdread"}, {"mi_", ""}, {"--d", ""}, {" inf", ""},  // a leading blank makes an empty command word
       // options of the command, also of an abbreviated one
-      {"info -", "--object --id --type --vdid --help"},
-      {"inf --O", "--object"},
-      {"led ", "--object --id --action --help"},
-      {"rebuild --", "--action --vd_id --pd_id --help"},
-      {"mp --p", ""},
-      {"ns --e", "--EUI64"},
-      {"passthru --cdw1", "--cdw10 --cdw11 --cdw12 --cdw13"},  // -t has no long name
-      {"vd --s", "--sbs="},                                    // never takes the next word
-      {"adapter --l", "--list"},
-      {"version --", "--help"},
-      {"i -", ""},         // ambiguous
-      {"pcie -", ""},      // hidden
+      {"info -", "--object --id --type --vdid --help"}, {"inf --O", "--object"}, {"led ", "--object --id --action --help"},
+      {"rebuild --", "--action --vd_id --pd_id --help"}, {"mp --p", ""}, {"ns --e", "--EUI64"}, {"passthru --cdw1", "--cdw10 --cdw11 --cdw12 --cdw13"},  // -t has no long name
+      {"vd --s", "--sbs="},  // never takes the next word
+      {"adapter --l", "--list"}, {"version --", "--help"}, {"i -", ""},  // ambiguous
+      {"pcie -", ""},  // hidden
       {"nonsense -", ""},  // unknown
       // values: the words that the help tells of, for letters, names, abbreviated names
-      {"info -o ", "hba pd vd ns"},
-      {"info -o V", "vd"},
-      {"info -o h", "hba"},
-      {"info --object=v", "vd"},
-      {"info --ob v", "vd"},
-      {"info --type=x", ""},
-      {"info -i ", ""},
-      {"info -o vd -t ", "host vd"},
-      {"info -ovd -", "--object --id --type --vdid --help"},
-      {"info -o -o ", "--object --id --type --vdid --help"},  // -o took "-o"
-      {"vpd -- ", "--target --help"},
-      {"vd --raidmode 5", "5 50"},
-      {"vd -r j", "JBOD"},
-      {"vd -b 1", "128 1024"},
-      {"vd --sbs ", "--action --vd_id --raidmode --pdid --sbs= --namespace= --help"},
-      {"vd --sbs=", "128 256 512 1024"},
-      {"flash -q ", "firmware"},
-      {"set -c ", ""},
-      {"adapter -l ", ""},
-      {"passthru -si ", ""},
-      {"passthru -sr w", "write"},
+      {"info -o ", "hba pd vd ns"}, {"info -o V", "vd"}, {"info -o h", "hba"}, {"info --object=v", "vd"}, {"info --ob v", "vd"}, {"info --type=x", ""},
+      {"info -i ", ""}, {"info -o vd -t ", "host vd"}, {"info -ovd -", "--object --id --type --vdid --help"}, {"info -o -o ", "--object --id --type --vdid --help"},  // -o took "-o"
+      {"vpd -- ", "--target --help"}, {"vd --raidmode 5", "5 50"}, {"vd -r j", "JBOD"}, {"vd -b 1", "128 1024"},
+      {"vd --sbs ", "--action --vd_id --raidmode --pdid --sbs= --namespace= --help"}, {"vd --sbs=", "128 256 512 1024"}, {"flash -q ", "firmware"}, {"set -c ", ""},
+      {"adapter -l ", ""}, {"passthru -si ", ""}, {"passthru -sr w", "write"},
       // file names
-      {"flash -f ", kPathOffered},
-      {"flash -f \"a b", kPathOffered},
-      {"flash --file=/tmp/", kPathOffered},
-      {"log --outputfile x", kPathOffered},
-      {"spi -1 x", kPathOffered},
-      {"passthru --inputfile ", kPathOffered},
-      {"vpdread -f ", kPathOffered},
-      {"passthru -f ", ""},  // fused operations
+      {"flash -f ", "<path>"}, {"flash -f \"a b", "<path>"}, {"flash --file=/tmp/", "<path>"}, {"log --outputfile x", "<path>"}, {"spi -1 x", "<path>"},
+      {"passthru --inputfile ", "<path>"}, {"vpdread -f ", "<path>"}, {"passthru -f ", ""},  // fused operations
       // topics
-      {"help ve", "version"},
-      {"? vd vp", "vpd vpdread"},
+      {"help ve", "version"}, {"? vd vp", "vpd vpdread"},
   };
+  // clang-format on
   CliSession session;
   for (const auto &row : rows) EXPECT_EQ(offered(row.line), row.words) << row.line;
 
@@ -101,18 +63,16 @@ TEST(Completion, OffersWhatTheCommandsTake) {
     for (size_t k = 0; k < options->count; ++k) {
       OptionShape option = options->at(k);
       if (!option.takes.word) continue;
+      const std::string line = std::string(generalCmdTableV1[i].cmd) + " -" + option.code + " ";
       auto answer = [&](const char *value) {
-        std::string letter = std::string(" -") + option.code;
-        CommandResult result = session.run(generalCmdTableV1[i].cmd + letter + " " + value);
+        CommandResult result = session.run(line + value);
         return result.out + result.err;
       };
       // gpio's complaint has another wording
       const char *complaint = option.code == '3' ? "is not correct" : "invalid";
-      EXPECT_THAT(answer("nonsense"), HasSubstr(complaint)) << generalCmdTableV1[i].cmd;
-      for (size_t n = 0; option.takes.word(n); ++n) {
-        EXPECT_THAT(answer(option.takes.word(n)), Not(HasSubstr(complaint)))
-            << generalCmdTableV1[i].cmd << " " << option.takes.word(n);
-      }
+      EXPECT_THAT(answer("nonsense"), HasSubstr(complaint)) << line;
+      for (size_t n = 0; const char *word = option.takes.word(n); ++n)
+        EXPECT_THAT(answer(word), Not(HasSubstr(complaint))) << line << word;
     }
   }
 }

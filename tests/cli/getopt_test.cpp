@@ -46,12 +46,14 @@ struct Words {
 
 int32_t flagged = 0;
 
+// Rows are read as tables.
+// clang-format off
+
 // "action" and "activate" differ, "colour" and "color" mean the same.
 template <class Option>
 constexpr Option kLong[] = {
-    {"action", 1, nullptr, 'a'}, {"activate", 0, nullptr, 'b'}, {"count", 2, nullptr, 'c'},
-    {"output", 1, nullptr, 1},   {"colour", 0, nullptr, 'k'},   {"color", 0, nullptr, 'k'},
-    {"act", 0, nullptr, 'x'},    {"flag", 0, &flagged, 'f'},    {nullptr, 0, nullptr, 0},
+    {"action", 1, nullptr, 'a'}, {"activate", 0, nullptr, 'b'}, {"count", 2, nullptr, 'c'}, {"output", 1, nullptr, 1}, {"colour", 0, nullptr, 'k'},
+    {"color", 0, nullptr, 'k'}, {"act", 0, nullptr, 'x'}, {"flag", 0, &flagged, 'f'}, {nullptr, 0, nullptr, 0},
 };
 
 enum class Form { Short, Long, LongOnly };
@@ -86,12 +88,10 @@ std::string trace(const std::vector<std::string> &line, const std::function<int(
 }
 
 TEST(Getopt, ReadsAsTheCLibraryDoes) {
-  const std::vector<std::string> pieces = {"-a",    "-b",       "-c",         "-abc",      "-bzc",    "-c5",
-                                           "-Wcol", "-z",       "-W",         "-Wcount=1", "--",      "-",
-                                           "one",   "--action", "--act=1",    "--ac",      "--co",    "--col",
-                                           "two",   "-\1pt",    "--output=f", "--flag",    "--nix=2", "-:"};
-  const std::vector<const char *> modes = {"a:bc::\1:h", "+a:bc::", "-a:bc::",  ":a:bc::", "-:a:bc::W;",
-                                           "+:a:b",      "a:bW;",   "W;bo:t\1", "",        "x:y::z"};
+  const std::vector<std::string> pieces = {
+      "-a", "-b", "-c", "-abc", "-bzc", "-c5", "-Wcol", "-z", "-W", "-Wcount=1", "--", "-", "one", "--action", "--act=1", "--ac", "--co", "--col", "two", "-\1pt",
+      "--output=f", "--flag", "--nix=2", "-:"};
+  const char *const modes[] = {"a:bc::\1:h", "+a:bc::", "-a:bc::", ":a:bc::", "-:a:bc::W;", "+:a:b", "a:bW;", "W;bo:t\1", "", "x:y::z"};
   std::mt19937 random(20240229);
   const auto below = [&](size_t n) { return static_cast<size_t>(random() % n); };
   for (int round = 0; round < 30000; ++round) {
@@ -101,7 +101,7 @@ TEST(Getopt, ReadsAsTheCLibraryDoes) {
       if (below(8) == 0) word.pop_back();
       line.push_back(word);
     }
-    const char *const shortopts = modes[below(modes.size())];
+    const char *const shortopts = modes[below(std::size(modes))];
     const auto form = static_cast<Form>(below(3));
     trx::opterr = ::opterr = below(8) != 0;
     below(8) == 0 ? setenv("POSIXLY_CORRECT", "1", 1) : unsetenv("POSIXLY_CORRECT");
@@ -109,28 +109,21 @@ TEST(Getopt, ReadsAsTheCLibraryDoes) {
     const auto theirs = [&](Words &words, int *row) { return nextOfC(form, words, shortopts, row); };
     trx::setoptind(1);
     ::optind = 0;
-    ASSERT_EQ(trace(line, ours, trx::optarg, trx::optind, trx::optopt),
-              trace(line, theirs, ::optarg, ::optind, ::optopt))
+    ASSERT_EQ(trace(line, ours, trx::optarg, trx::optind, trx::optopt), trace(line, theirs, ::optarg, ::optind, ::optopt))
         << "short options " << shortopts << " form " << static_cast<int>(form);
   }
   trx::opterr = 1;
 }
 
 TEST(Getopt, MessagesOnStandardError) {
-  // clang-format off
   const struct { Form form; std::vector<std::string> line; const char *message; } rows[] = {
-      {Form::Long,     {"info", "-z"},        "info: illegal option -- z\n"},
-      {Form::Long,     {"vd", "-a"},          "vd: option requires an argument -- a\n"},
-      {Form::Long,     {"vd", "--acti=1"},    "vd: option `--acti=1' is ambiguous\n"},
-      {Form::LongOnly, {"vd", "-acti"},       "vd: option `-acti' is ambiguous\n"},
-      {Form::Long,     {"vd", "--out"},       "vd: option `--out' requires an argument\n"},
-      {Form::Long,     {"vd", "--nix=2"},     "vd: unrecognized option `--nix=2'\n"},
-      {Form::LongOnly, {"vd", "-nix"},        "vd: unrecognized option `-nix'\n"},
-      {Form::Long,     {"vd", "-W", "nix"},   "vd: unrecognized option `--nix'\n"},
-      {Form::Long,     {"vd", "--colou=1"},   "\t\t\t\t\tvd: option `--colour' doesn't allow an argument\n"},
-      {Form::LongOnly, {"vd", "-activ=1"},    "\t\t\t\t\tvd: option `-activate' doesn't allow an argument\n"},
+      {Form::Long, {"info", "-z"}, "info: illegal option -- z\n"}, {Form::Long, {"vd", "-a"}, "vd: option requires an argument -- a\n"},
+      {Form::Long, {"vd", "--acti=1"}, "vd: option `--acti=1' is ambiguous\n"}, {Form::LongOnly, {"vd", "-acti"}, "vd: option `-acti' is ambiguous\n"},
+      {Form::Long, {"vd", "--out"}, "vd: option `--out' requires an argument\n"}, {Form::Long, {"vd", "--nix=2"}, "vd: unrecognized option `--nix=2'\n"},
+      {Form::LongOnly, {"vd", "-nix"}, "vd: unrecognized option `-nix'\n"}, {Form::Long, {"vd", "-W", "nix"}, "vd: unrecognized option `--nix'\n"},
+      {Form::Long, {"vd", "--colou=1"}, "\t\t\t\t\tvd: option `--colour' doesn't allow an argument\n"},
+      {Form::LongOnly, {"vd", "-activ=1"}, "\t\t\t\t\tvd: option `-activate' doesn't allow an argument\n"},
   };
-  // clang-format on
   for (const bool strict : {true, false}) {  // the same words whether POSIX is asked for or not
     strict ? setenv("POSIXLY_CORRECT", "1", 1) : unsetenv("POSIXLY_CORRECT");
     for (const auto &row : rows) {
@@ -160,5 +153,7 @@ TEST(Getopt, StartsAfreshAfterAClusterWasLeft) {
   EXPECT_EQ(next(Form::Long, other, "bh"), -1);
   trx::opterr = 1;
 }
+
+// clang-format on
 
 }  // namespace

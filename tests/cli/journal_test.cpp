@@ -23,16 +23,12 @@ std::string field(const TRX_U8 (&bytes)[N]) {
   return text.substr(0, text.find('\0'));
 }
 
-std::vector<NVME_SA_Evt_Item> eventsOf(const std::string &text) {
+/// Events of a piece as "seq/time/msg", as they stand.
+std::vector<std::string> read(const std::string &text) {
   std::vector<NVME_SA_Evt_Item> events;
   readJournal(bytesOf(text), events);
-  return events;
-}
-
-/// Events of a piece as "seq/time/msg".
-std::vector<std::string> read(const std::string &text) {
   std::vector<std::string> told;
-  for (const auto &e : eventsOf(text))
+  for (const auto &e : events)
     told.push_back(field(e.seq) + "/" + std::to_string(e.time) + "/" + field(e.msg));
   return told;
 }
@@ -45,7 +41,8 @@ std::string lines(const std::vector<int> &numbers) {
 
 /// Sequence numbers, the newest first.
 std::string newest(const std::string &text, size_t count) {
-  std::vector<NVME_SA_Evt_Item> events = eventsOf(text);
+  std::vector<NVME_SA_Evt_Item> events;
+  readJournal(bytesOf(text), events);
   keepNewest(events, count);
   std::string order;
   for (const auto &e : events) order += field(e.seq) + " ";
@@ -53,22 +50,19 @@ std::string newest(const std::string &text, size_t count) {
 }
 
 TEST(Journal, ReadsLines) {
-  const std::string a = "[SEQ]1[TIME]2[MSG]a\n";
-  const std::string long60(60, 'x');
-  const struct {
-    std::string text;
-    std::vector<std::string> events;
-  } rows[] = {
+  const std::string a = "[SEQ]1[TIME]2[MSG]a\n", long60(60, 'x');
+  // clang-format off
+  const struct { std::string text; std::vector<std::string> events; } rows[] = {
       {std::string(4056, '\0'), {}},
-      {a + "\0[SEQ]2[TIME]3[MSG]b\n"s, {"1/2/a", "2/3/b"}},      // a NUL where a line starts
-      {a + "\0\0\0[SEQ]9[TIME]3[MSG]old\n"s, {"1/2/a"}},         // the end of a page that was begun anew
-      {a + "\n" + a, {"1/2/a"}},                                 // an empty line ends it
+      {a + "\0[SEQ]2[TIME]3[MSG]b\n"s, {"1/2/a", "2/3/b"}},  // a NUL where a line starts
+      {a + "\0\0\0[SEQ]9[TIME]3[MSG]old\n"s, {"1/2/a"}},  // the end of a page that was begun anew
+      {a + "\n" + a, {"1/2/a"}},  // an empty line ends it
       {"garbage\n" + a + "[TIME]1[MSG]no number\n", {"1/2/a"}},  // no tag, no event
-      {"[SEQ]3[MSG]early[TIME]4\n" + a, {"1/2/a"}},              // tags in another order
+      {"[SEQ]3[MSG]early[TIME]4\n" + a, {"1/2/a"}},  // tags in another order
       {"noise[SEQ]1[TIME]2[MSG]a\0b\n"s + a, {"1/2/a", "1/2/a"}},
-      {"[SEQ]123456789[TIME]4294967295[MSG]" + long60 + "\n",
-       {"12345678/4294967295/" + std::string(48, 'x')}},
+      {"[SEQ]123456789[TIME]4294967295[MSG]" + long60 + "\n", {"12345678/4294967295/" + std::string(48, 'x')}},
   };
+  // clang-format on
   for (const auto &row : rows) EXPECT_EQ(read(row.text), row.events) << row.text;
 }
 
@@ -101,13 +95,13 @@ TEST(Journal, StandsAnyBytes) {
 }
 
 TEST(SpiLog, ReadsPieces) {
-  std::string payload = "\5\0\0\0\0\0\0\0a\n\0bcd"s;
+  std::string payload = "\5\0\0\0\0\0\0\0a\n\0bcd"s, cut = payload.substr(0, 10);
   EXPECT_EQ(SpiLogPiece(bytesOf(payload)).text(), "a\n bc");
-  EXPECT_EQ(SpiLogPiece(bytesOf(payload.substr(0, 10))).text(), "a\n") << "no more than arrived";
-  EXPECT_FALSE(SpiLogPiece(bytesOf(payload.substr(0, 10))).isWhole());
+  EXPECT_EQ(SpiLogPiece(bytesOf(cut)).text(), "a\n") << "no more than arrived";
+  EXPECT_FALSE(SpiLogPiece(bytesOf(cut)).isWhole());
   EXPECT_FALSE(SpiLogPiece(bytesOf("\0\0\1\0\0\0\0\0"s)).isLast());
-  EXPECT_EQ(SpiLogPiece(bytesOf("\2\0\0\0\0\0\0\0\0\0"s), '\n').text(), " \0"s)
-      << "the line ended the piece before";
+  // The line ended the piece before.
+  EXPECT_EQ(SpiLogPiece(bytesOf("\2\0\0\0\0\0\0\0\0\0"s), '\n').text(), " \0"s);
 }
 
 }  // namespace

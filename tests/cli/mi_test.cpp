@@ -17,9 +17,11 @@ using namespace ::testing;
 
 constexpr char kRead[] = "MI send for VPD read success.\n";
 
+// Rows are read as tables.
+// clang-format off
+
 std::string dwords(const std::string &offset, const std::string &length) {
-  return "offset mi_prp_data->Request_DW0: 0x" + offset + "\noffset mi_prp_data->Request_DW1: 0x" + length +
-         "\n";
+  return "offset mi_prp_data->Request_DW0: 0x" + offset + "\noffset mi_prp_data->Request_DW1: 0x" + length + "\n";
 }
 
 std::string put(CliSession &session, const char *name, const std::string &content) {
@@ -28,27 +30,9 @@ std::string put(CliSession &session, const char *name, const std::string &conten
   return path;
 }
 
-// Rows are read as tables.
-// clang-format off
-
-TEST(VpdRead, RefusesWhatIsBeyondTheStore) {
-  CliSession session;
-  // Neither a negative number nor a wrap of the sum gets through.
-  expectRefused(session, {
-      {"vpdread -o 500 -l 13", "Invalid range via offset: 0x1f4, data length: 0xd"},
-      {"vpdread -o 0xffffffff -l 10", "Invalid range via offset: 0xffffffff, data length: 0xa"},
-      {"vpdread -o -0x1 -l 10", "-o: Invalid offset value"},
-      {"vpdread -o 0 -l 4294967296", "-l: Invalid data length value"}, {"vpdread -o x -l 10", "-o: Invalid offset value"},
-      {"vpdread -o 0 -l -1", "-l: Invalid data length value"},
-      {"vpdread -o 0 -l 1 -f /nowhere/x", "Unable to open file '/nowhere/x': No such file or directory"},
-      {"vpdread -l 1", "vpdread: option -o is required"}, {"vpdread -o 1", "vpdread: option -l is required"},
-  });
-}
-
 TEST(Vpd, IsWrittenAndReadBack) {
   CliSession session;
-  std::string input = put(session, "in", "ABCDEFGHIJKLMNOP tail"),
-              output = session.host().directory() / "out";
+  std::string input = put(session, "in", "ABCDEFGHIJKLMNOP tail"), output = session.host().directory() / "out";
   CommandResult written = session.run("mi_passthruwrite -o 6 -l 4 -f " + input);
   EXPECT_EQ(written.out, "0x41 0x42 \n0x43 0x44 MI send for VPD write success.\n");
   EXPECT_EQ(written.library, dwords("6", "4"));
@@ -60,8 +44,7 @@ TEST(Vpd, IsWrittenAndReadBack) {
   EXPECT_THAT(shown.library, StartsWith(dwords("6", "4") + "\n0x41 0x42 0x43 0x44 0x0 0x0 0x0 0x0 \n0x0 "));
   EXPECT_EQ(std::count(shown.library.begin(), shown.library.end(), 'x'), 2 + 256);
   EXPECT_THAT(shown.library, EndsWith("0x0 \n"));
-  EXPECT_THAT(session.requests(), ElementsAre(
-      HasSubstr("cdw11=103 cdw12=0 cdw13=0 cdw14=0 cdw15=0 dir=0 len=1040 out=84080000050000000600000004"),
+  EXPECT_THAT(session.requests(), ElementsAre(HasSubstr("cdw11=103 cdw12=0 cdw13=0 cdw14=0 cdw15=0 dir=0 len=1040 out=84080000050000000600000004"),
       EndsWith("op=1e nsid=0 cdw2=0 cdw10=0 cdw11=0 cdw12=0 cdw13=0 cdw14=0 cdw15=0 dir=1 len=4096")));
   CommandResult saved = session.run("vpdread -o 508 -l 4 -f \"" + output + "\"");
   EXPECT_EQ(saved.out, kRead);
@@ -71,24 +54,26 @@ TEST(Vpd, IsWrittenAndReadBack) {
   session.run("vpdread -o 0 -l 512 -f " + output);
   EXPECT_EQ(readFile(output), std::string(512, '\xff'));
   session.run("vpd -t eeprom");
-  EXPECT_THAT(session.host().cli({"vpdread", "-o", "5", "-l", "8"}).out,
-              HasSubstr("\n0x0 0x41 0x42 0x43 0x44 0x"));
+  EXPECT_THAT(session.host().cli({"vpdread", "-o", "5", "-l", "8"}).out, HasSubstr("\n0x0 0x41 0x42 0x43 0x44 0x"));
   EXPECT_EQ(session.host().violations(), "");
 }
 
-TEST(VpdWrite, RefusesFilesAndRanges) {
+TEST(Vpd, RefusesFilesAndRanges) {
   CliSession session;
   std::string small = put(session, "small", "12345"), large = put(session, "large", std::string(64496, 'x'));
-  expectRows(session, {
-      {"mi_passthruwrite -o 200 -l 57 -f " + small, 0, "Invalid range via offset:0xc8, data length:0x39\n"},
-      {"mi_passthruwrite -o 0xffffffff -l 2 -f " + small, 0, "Invalid range via offset:0xffffffff, data length:0x2\n"},
-      {"mi_passthruwrite -o 0 -l 6 -f " + small, 0, "Input file is shorter than data length: 0x5, data length: 0x6\n"},
-      {"mi_passthruwrite -o 0 -l 6 -f " + large, 0, "Input file is too long: 0xfbf0, at most 0xfbef\n"},
-  });
+  // Neither a negative number nor a wrap of the sum gets through.
   expectRefused(session, {
-      {"mi_passthruwrite -o 0 -l 6 -f /", "Unable to open file '/': Is a directory"},
-      {"mi_passthruwrite -l 1", "mi_passthruwrite: option -o is required"}, {"mi_passthruwrite -o 1", "mi_passthruwrite: option -l is required"},
-      {"mi_passthruwrite -o 1 -l 1", "mi_passthruwrite: option -f is required"},
+      {"vpdread -o 500 -l 13", "Invalid range via offset: 0x1f4, data length: 0xd"},
+      {"vpdread -o 0xffffffff -l 10", "Invalid range via offset: 0xffffffff, data length: 0xa"}, {"vpdread -o -0x1 -l 10", "-o: Invalid offset value"},
+      {"vpdread -o 0 -l 4294967296", "-l: Invalid data length value"}, {"vpdread -o x -l 10", "-o: Invalid offset value"},
+      {"vpdread -o 0 -l -1", "-l: Invalid data length value"}, {"vpdread -o 0 -l 1 -f /nowhere/x", "Unable to open file '/nowhere/x': No such file or directory"},
+      {"vpdread -l 1", "vpdread: option -o is required"}, {"vpdread -o 1", "vpdread: option -l is required"},
+      {"mi_passthruwrite -o 200 -l 57 -f " + small, "Invalid range via offset:0xc8, data length:0x39"},
+      {"mi_passthruwrite -o 0xffffffff -l 2 -f " + small, "Invalid range via offset:0xffffffff, data length:0x2"},
+      {"mi_passthruwrite -o 0 -l 6 -f " + small, "Input file is shorter than data length: 0x5, data length: 0x6"},
+      {"mi_passthruwrite -o 0 -l 6 -f " + large, "Input file is too long: 0xfbf0, at most 0xfbef"},
+      {"mi_passthruwrite -o 0 -l 6 -f /", "Unable to open file '/': Is a directory"}, {"mi_passthruwrite -l 1", "mi_passthruwrite: option -o is required"},
+      {"mi_passthruwrite -o 1", "mi_passthruwrite: option -l is required"}, {"mi_passthruwrite -o 1 -l 1", "mi_passthruwrite: option -f is required"},
   });
   std::filesystem::resize_file(large, 64495);
   EXPECT_THAT(session.run("mi_passthruwrite -o 255 -l 1 -f " + large).out, EndsWith("write success.\n"));
@@ -104,12 +89,10 @@ TEST(TunnelledIdentify, BringsTheDisksData) {
   EXPECT_EQ(shown.status, 0);
   EXPECT_EQ(shown.library, dwords("3", "10"));
   EXPECT_THAT(shown.out, StartsWith("after mi_prp_data as below:\nCDW0 0x84 0x10 0x00 0x00 \nCDW1 0xc2 0x00 0x00 0x00 \nCDW2 0x02 "));
-  EXPECT_THAT(shown.out, HasSubstr("\nCDW11 0x01 0x00 0x00 0x00 \n"));
-  EXPECT_THAT(shown.out, HasSubstr("\nCDW15 0x06 0x00 0x00 0x00 \n\n" + std::string(kRead) + "content.....\n\nCDW0 0x10 0x7a "));
-  EXPECT_THAT(shown.out, HasSubstr("\nCDW127 0x00 0x00 0x00 0x00 \nNVMe Identify Controller:\nVID      : 0x7a10\n"));
-  EXPECT_THAT(shown.out, HasSubstr("\nMN       : Norvik Stream 3 1.92TB\n"));
-  EXPECT_THAT(session.requests(), ElementsAre(
-      HasSubstr("cdw10=0 cdw11=3ff cdw12=0 cdw13=0 cdw14=0 cdw15=0 dir=0 len=4096 out=84100000c200000002"), HasSubstr("op=1e ")));
+  for (const char *text : {"\nCDW11 0x01 0x00 0x00 0x00 \n", "\nCDW15 0x06 0x00 0x00 0x00 \n\nMI send for VPD read success.\ncontent.....\n\nCDW0 0x10 0x7a ",
+                         "\nCDW127 0x00 0x00 0x00 0x00 \nNVMe Identify Controller:\nVID      : 0x7a10\n", "\nMN       : Norvik Stream 3 1.92TB\n"})
+    EXPECT_THAT(shown.out, HasSubstr(text));
+  EXPECT_THAT(session.requests(), ElementsAre(HasSubstr("cdw10=0 cdw11=3ff cdw12=0 cdw13=0 cdw14=0 cdw15=0 dir=0 len=4096 out=84100000c200000002"), HasSubstr("op=1e ")));
 
   // The response holds 4088 bytes of data; no length brings more.
   CommandResult saved = session.run("mi_passthruread -i 2 -l 0 -l 5000 -f " + output);
@@ -118,21 +101,16 @@ TEST(TunnelledIdentify, BringsTheDisksData) {
   EXPECT_THAT(readFile(output).substr(24), StartsWith("Norvik Stream 3 1.92TB"));
 
   session.requests();
-  expectRows(session, {{"mi_passthruread -i x", 0, "-o: Invalid pd id value\n"}});
-  CommandResult none = session.run("mi_passthruread");
-  EXPECT_EQ(none.status, 1);
-  EXPECT_THAT(none.out, StartsWith(":Read pass-through command"));  // no "Description"
+  expectRefused(session, {{"mi_passthruread -i x", "-o: Invalid pd id value"}});
   EXPECT_EQ(session.host().violations(), "");
 }
 
 TEST(MiMessages, TellWhichHalfFailed) {
   CliSession session;
   std::string input = put(session, "in", "1");
-  const struct { std::string line; const char *opcode; const char *out; } rows[] = {
-      {"vpdread -o 0 -l 1", "op=1d", "MI send for VPD read failed.\n"},
-      {"vpdread -o 0 -l 1", "op=1e", "MI receive for VPD read failed.\n"},
-      {"mi_passthruread -i 0", "op=1d", "\n\nMI send for VPD read failed.\n"},
-      {"mi_passthruread -i 0", "op=1e", "\n\nMI receive for VPD read failed.\n"},
+  const struct { std::string line; const char *opcode, *out; } rows[] = {
+      {"vpdread -o 0 -l 1", "op=1d", "MI send for VPD read failed.\n"}, {"vpdread -o 0 -l 1", "op=1e", "MI receive for VPD read failed.\n"},
+      {"mi_passthruread -i 0", "op=1d", "\n\nMI send for VPD read failed.\n"}, {"mi_passthruread -i 0", "op=1e", "\n\nMI receive for VPD read failed.\n"},
       {"mi_passthruwrite -o 0 -l 1 -f " + input, "op=1d", "MI send for VPD write failed.\n"},
   };
   for (const auto &row : rows) {
@@ -173,12 +151,12 @@ TEST(IdentifyPrinter, AgreesWithReadingsOfRealDrives) {
     auto fields = printed({reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size()});
     EXPECT_THAT(fields, SizeIs(28));
     for (const auto &[field, value] : fields) {
+      SCOPED_TRACE(name + " " + field);
       const auto &expected = reading.at(field);
-      if (expected.is_string()) {
-        std::string text = expected.get<std::string>();
-        EXPECT_EQ(value, text.substr(0, text.find_last_not_of(' ') + 1)) << name << " " << field;
+      if (expected.is_number()) {
+        EXPECT_EQ(std::stoull(value, nullptr, 0), expected.get<uint64_t>());
       } else {
-        EXPECT_EQ(std::stoull(value, nullptr, 0), expected.get<uint64_t>()) << name << " " << field;
+        EXPECT_EQ(value, std::regex_replace(expected.get<std::string>(), std::regex(" +$"), ""));
       }
     }
     ++read;

@@ -38,8 +38,10 @@ class Terminal {
   }
   ~Terminal() { close(descriptor_); }
 
-  void type(const std::string &keys) {
-    ASSERT_EQ(write(descriptor_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+  /// What is shown from then on until `text` was.
+  std::string type(const std::string &keys, const std::string &text) {
+    EXPECT_EQ(write(descriptor_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    return readUntil(text);
   }
 
   /// Everything shown until `text` was; carriage returns left out.
@@ -51,9 +53,8 @@ class Terminal {
       if (poll(&ready, 1, 20000) != 1) break;
       ssize_t got = read(descriptor_, piece, sizeof piece);
       if (got <= 0) break;
-      for (ssize_t i = 0; i < got; ++i) {
-        if (piece[i] != '\r') shown += piece[i];
-      }
+      shown.append(piece, static_cast<size_t>(got));
+      std::erase(shown, '\r');
     }
     return shown;
   }
@@ -69,27 +70,22 @@ class Terminal {
   pid_t pid_ = -1;
 };
 
+// Rows are read as tables.
+// clang-format off
+
 TEST(Shell, OnATerminal) {
   SimHost host;
   Terminal terminal(host);
   EXPECT_EQ(terminal.readUntil("> "), std::string(kBanner) + "> ");
 
-  terminal.type("\x04");  // Ctrl-D does not end it
-  terminal.type("version\n");
-  std::string shown = terminal.readUntil("API Version: 1.0.0.1035\n> ");
-  EXPECT_THAT(shown, HasSubstr("Support Firmware Version: 1.0.0.1029 above\n"));
-  EXPECT_THAT(shown, Not(HasSubstr("\x1b[?2004")));
-
-  terminal.type("\x1b[A\n");  // the line before, from the history
-  EXPECT_THAT(terminal.readUntil("API Version: 1.0.0.1035\n> "), HasSubstr("Support Firmware Version"));
-
-  terminal.type("\n");  // an empty line is kept, too
-  terminal.readUntil("Type 'exit' to exit CLI.\n> ");
-  terminal.type("\x1b[A\n");
-  EXPECT_THAT(terminal.readUntil("CLI.\n> "), HasSubstr("Type 'exit' to exit CLI.\n> "));
-
-  terminal.type("EXIT\n");
-  terminal.readUntil("\x01");
+  const std::string end = "API Version: 1.0.0.1035\n> ", hint = "Type 'exit' to exit CLI.\n> ";
+  const struct { std::string keys, until, shown; } rows[] = {
+      {"\x04version\n", end, "Support Firmware Version: 1.0.0.1029 above\n"},  // Ctrl-D does not end it
+      {"\x1b[A\n", end, "Support Firmware Version"},  // the line before, from the history
+      {"\n", hint, ""}, {"\x1b[A\n", "CLI.\n> ", hint},  // an empty line is kept, too
+  };
+  for (const auto &row : rows) EXPECT_THAT(terminal.type(row.keys, row.until), AllOf(HasSubstr(row.shown), Not(HasSubstr("\x1b[?2004"))));
+  terminal.type("EXIT\n", "\x01");
   EXPECT_EQ(terminal.wait(), 0);
 }
 
@@ -97,22 +93,14 @@ TEST(Shell, DropsALineAtCtrlCAndEndsACommand) {
   SimHost host;
   Terminal terminal(host);
   terminal.readUntil("> ");
-  terminal.type("vd -a delete -i 0");
-  terminal.readUntil("-i 0");
-  terminal.type("\x03");
-  EXPECT_EQ(terminal.readUntil("\n> "), "^C\n> ");
-  terminal.type(
-      "\x12"
-      "abc\x03");  // out of a search in the history, too
-  terminal.readUntil("\n> ");
-  terminal.type("version\n");
-  EXPECT_THAT(terminal.readUntil("API Version: 1.0.0.1035\n> "), HasSubstr("\nSupport Firmware Version"));
+  terminal.type("vd -a delete -i 0", "-i 0");
+  EXPECT_EQ(terminal.type("\x03", "\n> "), "^C\n> ");
+  terminal.type("\x12zyx\x03", "\n> ");  // out of a search in the history, too
+  EXPECT_THAT(terminal.type("version\n", "API Version: 1.0.0.1035\n> "), HasSubstr("\nSupport Firmware Version"));
 
   ASSERT_EQ(host.sim("fault", {"add", "op=e2", "delay=30000"}).status, 0);
-  terminal.type("info -o vd\n");
-  terminal.readUntil("vd\n\n");
-  terminal.type("\x03");
-  terminal.readUntil("\x01");
+  terminal.type("info -o vd\n", "vd\n\n");
+  terminal.type("\x03", "\x01");
   EXPECT_EQ(terminal.wait(), 128 + SIGINT);
 }
 
@@ -122,46 +110,29 @@ TEST(Shell, CompletesAtATab) {
   std::ofstream{image};
   Terminal terminal(host);
   terminal.readUntil("> ");
-  const struct {
-    std::string keys;
-    std::string shown;
-  } rows[] = {
-      {"inf\t-o v\t-i 99\n", "info -o vd -i 99\n\nUnable to get info of VD\n> "},
-      {"vd --sb\t7\n", "vd --sbs=7\n-b : invalid stripe block size '7'.\n> "},
-      {"info --object=n\t-Z\n", "info --object=ns -Z\ninfo: illegal option -- Z\n> "},
-      {"info -i /et\t\n", "info -i /et\a\n-i : id should be a number\n"},  // no file may stand there
-      {"flash -o pd -i 0 -c 1 -s 1 -f " + image.substr(0, image.find(' ')) + "\t\n",
-       "file " + image + " is empty\n"},
+  const struct { std::string keys, shown; } rows[] = {
+      {"inf\t-o v\t-i 99\n", "info -o vd -i 99\n\nUnable to get info of VD\n> "}, {"vd --sb\t7\n", "vd --sbs=7\n-b : invalid stripe block size '7'.\n> "},
+      {"info --object=n\t-Z\n", "info --object=ns -Z\ninfo: illegal option -- Z\n> "}, {"info -i /et\t\n", "info -i /et\a\n-i : id should be a number\n"},  // no file may stand there
+      {"flash -o pd -i 0 -c 1 -s 1 -f " + image.substr(0, image.find(' ')) + "\t\n", "file " + image + " is empty\n"},
   };
-  for (const auto &row : rows) {
-    terminal.type(row.keys);
-    EXPECT_THAT(terminal.readUntil(row.shown), HasSubstr(row.shown)) << row.keys;
-  }
+  for (const auto &row : rows) EXPECT_THAT(terminal.type(row.keys, row.shown), HasSubstr(row.shown)) << row.keys;
 }
 
 TEST(Shell, InAPipe) {
   SimHost host;
-  const struct {
-    const char *input;
-    const char *output;
-  } rows[] = {
-      {"\n", "Type 'exit' to exit CLI.\n"},
-      {"\"\n", "Invalid quoted string.\n"},
-      {"nonsense\nexit\nversion\n", "Invalid command 'nonsense'!\n"},
-      {"info -o vd -i 99\n", "\nUnable to get info of VD\n"},
-      {"info\t-o vd -i 99\n", "\nUnable to get info of VD\n"},  // a tab completes nothing here
+  const struct { const char *input, *output; } rows[] = {
+      {"\n", "Type 'exit' to exit CLI.\n"}, {"\"\n", "Invalid quoted string.\n"}, {"nonsense\nexit\nversion\n", "Invalid command 'nonsense'!\n"},
+      {"info -o vd -i 99\n", "\nUnable to get info of VD\n"}, {"info\t-o vd -i 99\n", "\nUnable to get info of VD\n"},  // a tab completes nothing here
       {"help nope", "\n> help nope\nNo help available for 'nope'\n> "},
       // Keys that edit a line at a terminal are bytes of it here.
-      {"\r\xbc\x0f\xee\x07z\x10\x0f",
-       "\n> \r\xbc\x0f\xee\x07z\x10\x0f\nInvalid command '\r\xbc\x0f\xee\x07z\x10\x0f'!\n"},
+      {"\r\xbc\x0f\xee\x07z\x10\x0f", "\n> \r\xbc\x0f\xee\x07z\x10\x0f\nInvalid command '\r\xbc\x0f\xee\x07z\x10\x0f'!\n"},
       {"help x\x01y\x15z\x03\n", "No help available for 'x\x01y\x15z\x03'\n"},
   };
   for (const auto &row : rows) {
     Outcome outcome = host.cli({}, row.input);
-    EXPECT_THAT(outcome.out, StartsWith(kBanner)) << row.input;
-    EXPECT_THAT(outcome.out, HasSubstr(row.output)) << row.input;
-    EXPECT_THAT(outcome.out, Not(HasSubstr("Support Firmware"))) << "nothing runs after exit";
-    EXPECT_THAT(outcome.out, Not(HasSubstr("\x1b"))) << row.input;
+    EXPECT_THAT(outcome.out, AllOf(StartsWith(kBanner), HasSubstr(row.output))) << row.input;
+    // Nothing runs after exit.
+    EXPECT_THAT(outcome.out, Not(AnyOf(HasSubstr("Support Firmware"), HasSubstr("\x1b")))) << row.input;
     EXPECT_EQ(outcome.status, 0) << row.input;
   }
 
@@ -180,6 +151,8 @@ TEST(Shell, InAPipe) {
   EXPECT_EQ(tooLong.status, 128 + SIGABRT);
   EXPECT_THAT(tooLong.err, HasSubstr("too long"));
 }
+
+// clang-format on
 
 }  // namespace
 }  // namespace trx::test

@@ -2,8 +2,6 @@
 // The life of an array, told with the program alone: made, used, broken, healed, taken apart.
 #include <gmock/gmock.h>
 
-#include <iterator>
-#include <sstream>
 #include <thread>
 
 #include "SimHost.h"
@@ -32,9 +30,11 @@ class Story : public ::testing::Test {
   std::string volume(const std::string &id) { return run("info -o vd -i " + id); }
   void hands(const std::string &verb, const std::string &word) { EXPECT_EQ(host_.sim(verb, {word}).err, ""); }
 
-  static Words wordsOf(const std::string &line) {
-    std::istringstream text(line);
-    return {std::istream_iterator<std::string>(text), {}};
+  /// A shell that is given these lines so many times.
+  void repeat(int times, const std::string &lines, const std::string &last = "") {
+    std::string script;
+    for (int i = 0; i < times; ++i) script += lines;
+    EXPECT_EQ(host_.cli({}, script + last).status, 0);
   }
 
   SimHost host_{"lab"};
@@ -46,11 +46,12 @@ size_t count(const std::string &text, const std::string &part) {
   return found;
 }
 
+// clang-format off
+
 TEST_F(Story, VolumesTakeDisksAndGiveCapacityByLevel) {
   run("vd -a create -r 1 -d 0,1 -n 3");
   run("vd -a create -r 0 -d 2,3 -b 512");
-  EXPECT_THAT(volume("1"), AllOf(HasSubstr("RAID Mode:           RAID1\nsize:                447 G\n"),
-                                 HasSubstr("PDs:                 0 1 \n")));
+  EXPECT_THAT(volume("1"), HasSubstr("RAID Mode:           RAID1\nsize:                447 G\nPD Count:            2\nPDs:                 0 1 \n"));
   EXPECT_THAT(volume("2"), AllOf(HasSubstr(" 894 G\n"), HasSubstr("Stripe Block Size:   512K\n")));
   EXPECT_EQ(count(run("info -o ns -t vd -v 1"), "Size:                149 G\n"), 3u);
   refused("vd -a create -r 1 -d 1,4", "HD is assigned");
@@ -74,9 +75,7 @@ TEST_F(Story, NamespacesKeepTheirIdentity) {
 
   run("1 ns -a init -i 0 -n 2");
   run("1 ns -a create -i 1 -c 2 -l 0x40000000");
-  EXPECT_THAT(run("1 ns --list"),
-              AllOf(HasSubstr("7472580100000003\nParent PD ID:        1\n"),
-                    HasSubstr("Size:                512 G\n"), HasSubstr("Total # of NS:       3\n")));
+  EXPECT_THAT(run("1 ns --list"), AllOf(HasSubstr("7472580100000003\nParent PD ID:        1\n"), HasSubstr("Size:                512 G\n"), HasSubstr("Total # of NS:       3\n")));
 }
 
 TEST_F(Story, ActivitiesAdvanceAndFinish) {
@@ -101,18 +100,15 @@ TEST_F(Story, AReplacedDiskHealsItsVolume) {
   hands("insert", "1");
   run("rebuild -a start -i 1 -d 1");
   hands("advance", "99");
-  EXPECT_THAT(volume("1"), AllOf(HasSubstr("Status:              Rebuilding\n"),
-                                 HasSubstr("Rebuilding is running in 99%\n")));
+  EXPECT_THAT(volume("1"), AllOf(HasSubstr("Status:              Rebuilding\n"), HasSubstr("Rebuilding is running in 99%\n")));
   hands("advance", "1");
   EXPECT_THAT(volume("1"), AllOf(HasSubstr("Status:              Functional\n"), HasSubstr("0 1 \n")));
   EXPECT_EQ(run("import -l 0"), "VD 0 import successfully.\n");
 }
 
 TEST_F(Story, TheJournalWrapsAndIsReadNewestFirst) {
-  std::string script;
-  for (int i = 0; i < 600; ++i) script += "vd -a create -r 1 -d 0,1\nvd -a delete -i 1\n";
-  host_.cli({}, script);
-  std::string events = run("event -c 0");
+  repeat(600, "vd -a create -r 1 -d 0,1\nvd -a delete -i 1\n");
+  const std::string events = run("event -c 0");
   EXPECT_THAT(events, StartsWith("Seq:1200\n"));
   size_t kept = count(events, "Seq:"), at = 0;
   EXPECT_THAT(kept, AllOf(Gt(900u), Lt(1200u)));
@@ -124,9 +120,7 @@ TEST_F(Story, TheJournalWrapsAndIsReadNewestFirst) {
 TEST_F(Story, TheSpiLogFillsWhileItIsOn) {
   std::string file = host_.directory() / "log.txt";
   run("log -a on");
-  std::string script;
-  for (int i = 0; i < 100; ++i) script += "ns -p ctrl\n";
-  host_.cli({}, script);
+  repeat(100, "ns -p ctrl\n");
   std::string shown = run("log -a show --outputfile=" + file);
   EXPECT_GT(count(shown, "Identify: nsid 0, dwords 14"), 99u);
   EXPECT_GT(shown.size(), 2 * 4080u) << "several pieces";
@@ -135,9 +129,8 @@ TEST_F(Story, TheSpiLogFillsWhileItIsOn) {
 
 TEST_F(Story, TwoProcessesLeaveAWholeState) {
   auto work = [this](const std::string &disks, const std::string &deleted) {
-    std::string create = "vd -a create -r 1 -n 2 -d " + disks + "\n", script;
-    for (int i = 0; i < 60; ++i) script += create + "vd -a delete -i " + deleted + "\n";
-    EXPECT_EQ(host_.cli({}, script + create).status, 0);
+    const std::string create = "vd -a create -r 1 -n 2 -d " + disks + "\n";
+    repeat(60, create + "vd -a delete -i " + deleted + "\n", create);
   };
   std::thread other(work, "0,1", "1");
   work("2,3", "2");
@@ -147,6 +140,8 @@ TEST_F(Story, TwoProcessesLeaveAWholeState) {
   EXPECT_THAT(volumes, HasSubstr("Total # of VD:       " + std::to_string(made + 1) + "\n"));
   EXPECT_EQ(count(run("info -o ns"), "NS ID:"), 2 * made);
 }
+
+// clang-format on
 
 }  // namespace
 }  // namespace trx::test

@@ -23,42 +23,34 @@ TEST(Utility, PowerCutsArgumentsTo8BitsAndTheResultTo32) {
   EXPECT_EQ(trx::pow_nvme(255, 255), 0U);
 }
 
+// clang-format off
 TEST(Utility, LettersAndDigitsAreAscii) {
   std::string text = "VD [@`{z] \xC4 Info";
   EXPECT_STREQ(trx::strlwr(text.data()), "vd [@`{z] \xC4 info");
   for (const char *number : {"", "0123456789"}) EXPECT_TRUE(trx::isNumber(number)) << number;
-  for (const char *other : {"1a", "-1", "+1", " 1", "0x1", "\xB2"})
-    EXPECT_FALSE(trx::isNumber(other)) << other;
+  for (const char *other : {"1a", "-1", "+1", " 1", "0x1", "\xB2"}) EXPECT_FALSE(trx::isNumber(other)) << other;
   EXPECT_FALSE(trx::isNumber(nullptr));
 }
 
-// clang-format off
 TEST(Utility, WordsOfRaidLevelsAndActions) {
   const struct { const char *word; uint32_t code; const char *name; } rows[] = {
-      {"0", 0, "RAID0"}, {"1", 1, "RAID1"}, {"10", 16, "RAID10"}, {"5", 5, "RAID5"}, {"50", 80, "RAID50"},
-      {"6", 6, "RAID6"}, {"60", 96, "RAID60"}, {"JBOD", 15, "JBOD"},
+      {"0", 0, "RAID0"}, {"1", 1, "RAID1"}, {"10", 16, "RAID10"}, {"5", 5, "RAID5"}, {"50", 80, "RAID50"}, {"6", 6, "RAID6"}, {"60", 96, "RAID60"}, {"JBOD", 15, "JBOD"},
       {"jbod", 255, "unknown"}, {"01", 255, "unknown"}, {"", 255, "unknown"}, {nullptr, 255, "unknown"},
   };
   for (const auto &row : rows) {
     EXPECT_EQ(trx::chooseRaidMode(row.word), row.code) << row.name;
     EXPECT_STREQ(trx::RaidModeStr(0x100 + row.code), row.name);  // cut to 8 bits
   }
-  EXPECT_EQ(trx::chooseBGAAction("start"), 0);
-  EXPECT_EQ(trx::chooseBGAAction("stop"), 3);
-  EXPECT_EQ(trx::chooseBGAAction("Stop"), 255);
+  for (const auto &[word, code] : {std::pair{"start", 0}, {"stop", 3}, {"Stop", 255}}) EXPECT_EQ(trx::chooseBGAAction(word), code);
 }
 
 TEST(EventMessage, ClassesCodesAndGaps) {
   const struct { uint32_t eventClass; uint32_t code; const char *text; } rows[] = {
-      {1, 0, "Background activity rate changed to %d%%"},
-      {1, 0x10008, "Auto-rebuild has been disable"},  // cut to 16 bits
-      {2, 10, "Physical disk %d too small to be used for auto-rebuild"},
-      {1, 9, "Auto-rebuild has been enabled"}, {1, 1, "Unknown error"},
-      {3, 0, "virtual disk %d is offline"}, {3, 1, "virtual disk %d is online"}, {3, 2, "virtual disk %d is degraded"},
-      {3, 3, "virtual disk %d is partially degraded"}, {3, 4, "virtual disk %d is created"}, {3, 5, "virtual disk %d is deleted"},
-      {3, 7, "Import virtual disk %d completed"},
-      {3, 6, "Unknown error"}, {2, 0, "Unknown error"}, {4, 9, "Not define yet."}, {5, 0, "Not define yet."},
-      {0, 0, "Unknown event"}, {6, 0, "Unknown event"},
+      {1, 0, "Background activity rate changed to %d%%"}, {1, 0x10008, "Auto-rebuild has been disable"},  // cut to 16 bits
+      {2, 10, "Physical disk %d too small to be used for auto-rebuild"}, {1, 9, "Auto-rebuild has been enabled"}, {1, 1, "Unknown error"},
+      {3, 0, "virtual disk %d is offline"}, {3, 1, "virtual disk %d is online"}, {3, 2, "virtual disk %d is degraded"}, {3, 3, "virtual disk %d is partially degraded"},
+      {3, 4, "virtual disk %d is created"}, {3, 5, "virtual disk %d is deleted"}, {3, 7, "Import virtual disk %d completed"}, {3, 6, "Unknown error"},
+      {2, 0, "Unknown error"}, {4, 9, "Not define yet."}, {5, 0, "Not define yet."}, {0, 0, "Unknown event"}, {6, 0, "Unknown event"},
   };
   for (const auto &row : rows) EXPECT_STREQ(trx::EventMessage(row.eventClass, row.code), row.text);
   const char *const ends[] = {"started", "paused", "resumed", "aborted", "completed", "is %d%% done"};

@@ -7,7 +7,6 @@
 
 typedef int Main(int, char **, char **);
 
-int __libc_start_main(Main *program, int argc, char **argv, void (*construct)(int, char **, char **));
 int __libc_start_main(Main *program, int argc, char **argv, void (*construct)(int, char **, char **)) {
   if (!construct) {
     fputs("the program hands over no loop over its constructors\n", stderr);

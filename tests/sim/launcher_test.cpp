@@ -2,15 +2,12 @@
 // trx_sim as a person uses it.
 #include <sys/stat.h>
 
-#include <array>
 #include <fstream>
 #include <regex>
 #include <set>
-#include <sstream>
 
 #include "seam.h"
 
-namespace simtest {
 namespace {
 
 struct Output {
@@ -22,11 +19,11 @@ class Launcher : public Host {
  protected:
   /// Runs trx_sim; standard error joins the output.
   Output run(const std::string &arguments) const {
-    std::string command = std::string("unset TRX_SIM_STATE; ") + TRX_SIM_PROGRAM + " " + arguments + " 2>&1";
-    FILE *pipe = popen(command.c_str(), "r");
+    const std::string host =
+        "unset TRX_SIM_STATE; export XDG_STATE_HOME=" + directory + "; " TRX_SIM_PROGRAM " ";
+    FILE *pipe = popen((host + arguments + " 2>&1").c_str(), "r");
     Output output{};
-    std::array<char, 4096> piece{};
-    for (size_t n; (n = fread(piece.data(), 1, piece.size(), pipe)) > 0;) output.text.append(piece.data(), n);
+    for (int byte; (byte = fgetc(pipe)) != EOF;) output.text += static_cast<char>(byte);
     output.status = WEXITSTATUS(pclose(pipe));
     return output;
   }
@@ -36,23 +33,19 @@ class Launcher : public Host {
   }
 };
 
-TEST_F(Launcher, KeepsToTheTopologyOfTheState) {
+TEST_F(Launcher, KeepsToTheTopologyOfTheStateAndWritesNothingElseIntoIt) {
   std::string text = run("run " + state() + topology("adapters33.json") + "-- lspci -p").text;
   EXPECT_LT(text.find("vmhba10\n"), text.find("vmhba1\n")) << "the last match must be the right one";
+  // So much that it is written while the adapters' files are open.
+  const std::string shown = run("show " + state()).text;
+  for (const char *closed : {">&-", "0>&- >&-", "0>&- >&- 2>&-"}) run("show " + state() + closed + "; true");
+  EXPECT_EQ(run("show " + state()).text, shown);
   EXPECT_EQ(run("run " + state() + "-- sh -c 'exit 7'").status, 7);
   Output other = run("run " + state() + topology("empty.json") + "-- true");
   EXPECT_EQ(other.status, 2);
   EXPECT_NE(other.text.find("trx_sim reset --state " + directory), std::string::npos) << other.text;
   EXPECT_EQ(run("reset " + state() + topology("empty.json")).status, 0);
   EXPECT_EQ(run("show " + state()).text.find("volume"), std::string::npos);
-}
-
-TEST_F(Launcher, WritesIntoNoFileWhatIsPrintedWithoutAnOutput) {
-  // So much that it is written while the adapters' files are open.
-  ASSERT_EQ(run("reset " + state() + topology("adapters33.json")).status, 0);
-  const std::string shown = run("show " + state()).text;
-  for (const char *closed : {">&-", "0>&- >&-", "0>&- >&- 2>&-"}) run("show " + state() + closed + "; true");
-  EXPECT_EQ(run("show " + state()).text, shown);
 }
 
 TEST_F(Launcher, WrongInputIsTold) {
@@ -63,34 +56,29 @@ TEST_F(Launcher, WrongInputIsTold) {
       {"run -- /no/such/program", "No such file or directory"},
   };
   for (const auto &[arguments, told] : rows) {
-    setenv("XDG_STATE_HOME", directory.c_str(), 1);
-    Output output = run(arguments);
-    unsetenv("XDG_STATE_HOME");
+    const Output output = run(arguments);
     EXPECT_EQ(output.status, 2) << arguments;
     EXPECT_NE(output.text.find(told), std::string::npos) << arguments << ": " << output.text;
   }
 }
 
 TEST_F(Launcher, SemaphoresOfAHostAreItsOwnAndGoWithAReset) {
-  run("reset " + state());
-  std::string probe = "run " + state() + "-- " + TRX_SIM_SEMAPHORE_PROBE;
-  EXPECT_EQ(run(probe).text, "made\n");
-  EXPECT_EQ(run(probe).text, "found\n");
-  run("reset " + state());
-  EXPECT_EQ(run(probe).text, "made\n");
-  run("run " + state() + "-- " + TRX_SIM_PROGRAM + " reset");
-  EXPECT_EQ(run(probe).text, "made\n") << "a reset from within the host";
-  run("reset " + state());
+  const std::string reset = "reset " + state(), within = "run " + state() + "-- ";
+  for (const std::string &again : {reset, reset, within + TRX_SIM_PROGRAM + " reset"}) {
+    run(again);
+    EXPECT_EQ(run(within + TRX_SIM_SEMAPHORE_PROBE).text, "made\n") << again;
+    EXPECT_EQ(run(within + TRX_SIM_SEMAPHORE_PROBE).text, "found\n") << again;
+  }
+  run(reset);
 }
 
 TEST_F(Launcher, TouchesNoDirectoryThatIsNotItsOwn) {
   const std::set<std::string> files{"host",    "topology.json", "faults", "a.state",
                                     "b.image", "c.tmp",         "d.lock"};
   for (const std::string &file : files) std::ofstream(directory + "/" + file) << "mine";
-  for (const char *verb : {"show", "reset", "restart", "lspci", "run -- true", "fault clear",
+  for (std::string verb : {"show", "reset", "restart", "lspci", "run -- true", "fault clear",
                            "fault add ones", "advance 1", "pull 0", "insert 0", "pcie 0 ok"}) {
-    std::string words = verb;
-    Output output = run(words.insert(std::min(words.find(' '), words.size()), " " + state()));
+    const Output output = run(verb.insert(std::min(verb.find(' '), verb.size()), " " + state()));
     EXPECT_EQ(output.status, 2) << verb;
     EXPECT_NE(output.text.find(directory + ": "), std::string::npos) << output.text;
     EXPECT_EQ(std::count(output.text.begin(), output.text.end(), '\n'), 1) << output.text;
@@ -115,7 +103,7 @@ TEST_F(Launcher, AnImageGoesIntoTheFileThatIsThere) {
 TEST_F(Launcher, ARestartLosesHalfOfAnImageAndShowTellsWhatWasSet) {
   run("reset " + state());
   Page page;
-  usr_io segment = withPage(block(0x11), page, TRX_TO_CONTROLLER), time = block(0xE2, 0x3E0);
+  usr_io segment = withPage(block(0x11), page, TRX_TO_CONTROLLER), time = block(0xE2, 0x3E0, 3);
   segment.cmd.cdw10 = 1023;
   ASSERT_TRUE(send(segment).ok());
   EXPECT_EQ(run("restart " + state()).status, 0);
@@ -123,20 +111,16 @@ TEST_F(Launcher, ARestartLosesHalfOfAnImageAndShowTellsWhatWasSet) {
   EXPECT_FALSE(send(segment).ok());
   EXPECT_NE(takeViolations().find("a gap before the segment"), std::string::npos);
   time.cmd.cdw13 = 0x00020001;
-  time.cmd.cdw14 = 3;
   ASSERT_TRUE(send(time).ok());
   const std::string shown = run("show " + state()).text;
   EXPECT_NE(shown.find("\n  time set by a program: 0x000100020003\n"), std::string::npos) << shown;
   EXPECT_NE(shown.find(", firmware 1.2.0.1035 in slot 1\n"), std::string::npos) << shown;
 }
 
-TEST_F(Launcher, ProgramsFindTrxCliBehindWhatTheUserHas) {
+TEST_F(Launcher, ProgramsFindTrxCliBehindWhatTheUserHasAndALspci) {
   const std::string found = run("run " + state() + "-- sh -c 'echo $PATH; command -v trx_cli'").text;
-  EXPECT_TRUE(std::regex_match(found, std::regex(".*/trx_sim_lib/bin:.*/bin.*:(.*/cli)\n\\1/trx_cli\n")))
-      << found;
-}
-
-TEST_F(Launcher, LspciAnswersTheOneWayOfAsking) {
+  const std::regex wanted(".*/trx_sim_lib/bin:.*/bin.*:(.*/cli)\n\\1/trx_cli\n");
+  EXPECT_TRUE(std::regex_match(found, wanted)) << found;
   EXPECT_EQ(run("run " + state() + "-- lspci -p").text, run("lspci " + state()).text);
   for (const char *words : {"", "-v", "-p -v"}) {
     Output output = run("run " + state() + "-- lspci " + words);
@@ -147,9 +131,7 @@ TEST_F(Launcher, LspciAnswersTheOneWayOfAsking) {
 /// First groups of the matches of a pattern.
 std::set<std::string> matches(const std::string &text, const char *pattern) {
   const std::regex regex(pattern);
-  std::set<std::string> found;
-  for (std::sregex_iterator at(text.begin(), text.end(), regex), end; at != end; ++at) found.insert((*at)[1]);
-  return found;
+  return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1), {}};
 }
 
 TEST_F(Launcher, PagesTellOfEveryVerbAndNoOther) {
@@ -157,11 +139,9 @@ TEST_F(Launcher, PagesTellOfEveryVerbAndNoOther) {
   EXPECT_EQ(verbs.size(), 14U);
   bool exists = false;
   const std::string manual = sim::readText(TRX_SIM_DOCS "/trx_sim.1", exists);
-  const std::string list = manual.substr(0, manual.find("Options stand before"));
-  EXPECT_EQ(matches(list, "\n\\.It Cm (\\w+)"), verbs);
+  EXPECT_EQ(matches(manual.substr(0, manual.find("Options stand before")), "\n\\.It Cm (\\w+)"), verbs);
   const std::string table = sim::readText(TRX_SIM_DOCS "/simulator.md", exists);
   EXPECT_EQ(matches(table.substr(0, table.find("The state directory is")), "\n\\| `(\\w+)"), verbs);
 }
 
 }  // namespace
-}  // namespace simtest

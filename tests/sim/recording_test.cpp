@@ -3,22 +3,18 @@
 // serial numbers are gone.
 #include "recording/recording.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstddef>
-#include <cstring>
 #include <thread>
 
 #include "recording/mask.h"
 #include "replay/answers.h"
 #include "seam.h"
 
-namespace simtest {
 namespace {
 
 using namespace sim;
 using Bytes = std::vector<uint8_t>;
+using RecordingFile = Host;
+using Mask = Host;
 
 std::string titled(const std::string &text) { return std::string(kRecordingTitle) + "\n" + text; }
 
@@ -27,20 +23,17 @@ TEST(Recording, IsReadBackAsItWasWritten) {
   for (size_t i = 0; i < rising.size(); ++i) rising[i] = static_cast<uint8_t>(i * 7);
   folded[100] = 1;
   for (const Bytes &data : {Bytes{}, Bytes{0x41}, rising, folded, tail, Bytes(48, 0xFF)}) {
-    Recorded record{.head = "exchange vmhba2 admin op=2", .note = "a note", .to = data, .from = data};
-    record.platform = -38;
-    record.driver = 5;
+    Recorded record{
+        .head = "exchange a", .note = "a note", .to = data, .from = data, .platform = -38, .driver = 5};
     record.completion.SC = 0x0B;
     record.completion.SCT = 7;
-    std::vector<Recorded> read =
-        parseRecording(titled(recordedText(record) + "# edited\n\n" + recordedText(record)));
+    const std::string text = recordedText(record);
+    const std::vector<Recorded> read = parseRecording(titled(text + "# edited\n\n" + text));
     ASSERT_EQ(read.size(), 2U);
-    EXPECT_EQ(read[1].head, record.head);
-    EXPECT_EQ(read[1].to, data);
-    EXPECT_EQ(read[1].from, data);
-    EXPECT_EQ(read[1].platform, -38);
-    EXPECT_EQ(read[1].driver, 5U);
-    EXPECT_EQ(read[1].completion.SC, 0x0B);
+    const auto &[head, note, to, from, platform, driver, completion, line] = read[1];
+    EXPECT_EQ(std::tie(head, to, from, platform, driver),
+              std::tie(record.head, data, data, record.platform, record.driver));
+    EXPECT_EQ(completion.SC, 0x0B);
   }
 }
 
@@ -60,8 +53,7 @@ TEST(Recording, ABrokenFileIsToldWithItsLine) {
       {titled("list\nfrom 32\n" + row + result), "line 3: the block has 16 bytes, not 32"},
       {titled("list\nfrom 32\n  *\n" + result), "line 4: \"*\" does not follow"},
       {titled("list\nfrom 64\n" + row + "  *\n  *\n" + result), "line 6: \"*\" does not follow"},
-      {titled("list\nfrom 64\n" + row + "  *\n  fffffff0  00\n" + result),
-       "line 6: the offset does not follow"},
+      {titled("list\nfrom 64\n" + row + "  *\n  fffffff0  00\n" + result), "line 6: the offset does not"},
       {titled("list\nfrom 16\n" + row + "from 16\n" + row + result), "line 5: a second block"},
   };
   for (const auto &[text, told] : rows) {
@@ -74,8 +66,8 @@ TEST(Recording, ABrokenFileIsToldWithItsLine) {
   EXPECT_THROW(parseRecording(titled(bomb)), HostError);
 }
 
-TEST(Recording, RecordsOfSeveralWritersDoNotMix) {
-  std::string path = testing::TempDir() + "recording." + std::to_string(getpid());
+TEST_F(RecordingFile, RecordsOfSeveralWritersDoNotMix) {
+  const std::string path = directory + "/recording";
   replaceFile(path, titled(""));
   std::vector<std::thread> writers;
   for (uint8_t i = 0; i < 4; ++i)
@@ -88,8 +80,8 @@ TEST(Recording, RecordsOfSeveralWritersDoNotMix) {
   EXPECT_THROW(appendRecorded(path, {.head = "list"}), HostError);
 }
 
-TEST(Answers, APairReceiveIsAnsweredAsItsSendWas) {
-  const std::string path = testing::TempDir() + "answers." + std::to_string(getpid());
+TEST_F(RecordingFile, APairReceiveIsAnsweredAsItsSendWas) {
+  const std::string path = directory + "/answers";
   const std::string send = "exchange a admin op=cb nsid=0", receive = "exchange a admin op=ce nsid=0";
   std::string text = titled("");
   for (uint8_t data : Bytes{1, 2})
@@ -106,55 +98,36 @@ TEST(Answers, APairReceiveIsAnsweredAsItsSendWas) {
     EXPECT_EQ(answers.next(receive, {}, sent), nullptr);  // each once
   }
   EXPECT_EQ(answers.next(send, Bytes{3}, {}), nullptr);
-  std::filesystem::remove(path);
-  std::filesystem::remove(path + ".used");
 }
 
-TEST(Mask, TakesSerialNumbersOutOfRepliesThatHaveThem) {
-  struct Row {
-    unsigned opcode, cdw10, cdw12, cdw14, words;
-    size_t at;  ///< of the serial number, or 0: nothing is masked
-  };
+TEST_F(Mask, TakesSerialNumbersOutOfRepliesThatHaveThem) {
   const size_t second = sizeof(NVME_PD_Info);
-  const Row rows[] = {
-      {0x06, 1, 0, 0, 0, 4},
-      {0x06, 0, 0, 0, 0, 0},
-      {0xC2, 1, 0, 6, 0, 4},
-      {0xE2, 0, 0x00E1, 0, 0, 8 + 52},
-      {0xCE, 0, 0, 0, 0x00E0, 8 + 56},
-      {0xCE, 0, 0, 0, 0x00E1, 8 + 16 + 52},
-      {0xCE, 0, 0, 0, 0x00E1, 8 + 16 + second + 52},
-      {0xCE, 0, 0, 0, 0x00E2, 0},
+  // Opcode, dwords 10, 12 and 14, the pair's words, and where the serial number is, or 0: nothing is masked.
+  // clang-format off
+  const std::tuple<TRX_U8, TRX_U32, TRX_U32, TRX_U32, uint8_t, std::ptrdiff_t> rows[] = {
+      {0x06, 1, 0, 0, 0, 4}, {0x06, 0, 0, 0, 0, 0}, {0xC2, 1, 0, 6, 0, 4}, {0xE2, 0, 0x00E1, 0, 0, 8 + 52},
+      {0xCE, 0, 0, 0, 0xE0, 8 + 56}, {0xCE, 0, 0, 0, 0xE1, 8 + 16 + 52}, {0xCE, 0, 0, 0, 0xE1, 8 + 16 + second + 52}, {0xCE, 0, 0, 0, 0xE2, 0},
   };
-  for (const Row &row : rows) {
-    usr_io uio{};
-    uio.cmd.opcode = static_cast<TRX_U8>(row.opcode);
-    uio.cmd.cdw10 = row.cdw10;
-    uio.cmd.cdw12 = row.cdw12;
-    uio.cmd.cdw14 = row.cdw14;
-    Bytes send(16), page(4096), before;
-    send[8] = static_cast<uint8_t>(row.words);
-    send[10] = static_cast<uint8_t>(row.words >> 8);
+  // clang-format on
+  for (const auto &[opcode, cdw10, cdw12, cdw14, words, at] : rows) {
+    usr_io uio = block(opcode, cdw12, cdw14);
+    uio.cmd.cdw10 = cdw10;
+    Bytes send(16), page(4096);
+    send[8] = words;
     const std::string serial = "SN-4711 B           ";
-    std::copy(serial.begin(), serial.end(), page.begin() + static_cast<std::ptrdiff_t>(row.at));
-    before = page;
+    std::copy(serial.begin(), serial.end(), page.begin() + at);
+    Bytes masked = page;
+    if (at) std::fill_n(masked.begin() + at, 9, uint8_t{'X'});
     maskSerials(uio, send, page);
-    if (row.at) std::fill_n(before.begin() + static_cast<std::ptrdiff_t>(row.at), 9, uint8_t{'X'});
-    EXPECT_EQ(page, before) << std::hex << row.opcode << " " << row.cdw12 << " " << row.words;
-    for (size_t length : {size_t{0}, size_t{5}, size_t{70}}) {
-      Bytes part(length, 'a');
-      maskSerials(uio, send, part);
-    }
+    EXPECT_EQ(page, masked) << std::hex << unsigned{opcode} << " " << cdw12 << " " << unsigned{words};
+    for (Bytes part : {Bytes{}, Bytes(5, 'a'), Bytes(70, 'a')}) maskSerials(uio, send, part);
   }
 }
 
-TEST(Mask, LeavesOfSmbiosTheSlots) {
-  Bytes file(85);
-  std::memcpy(file.data(), "_SM3_", 5);
-  const auto with = [&file](const std::string &structures) {
-    Bytes whole = file;
-    whole.insert(whole.end(), structures.begin(), structures.end());
-    return whole;
+TEST_F(Mask, LeavesOfSmbiosTheSlots) {
+  const auto with = [](const std::string &structures) {
+    const std::string whole = "_SM3_" + std::string(80, '\0') + structures;
+    return Bytes(whole.begin(), whole.end());
   };
   const std::string slot("\x09\x05\x00\x02\x04Slot 5\0\0", 13), end("\x7F\x04\x00\x03\0\0", 6);
   Bytes whole = with(std::string("\x01\x06\x00\x01\xAB\xCDSERIAL\0\0", 14) + slot + end + "behind");
@@ -163,9 +136,8 @@ TEST(Mask, LeavesOfSmbiosTheSlots) {
     maskSmbios(part);
   }
   maskSmbios(whole);
-  const std::string zeros(6, '\0');
-  EXPECT_EQ(whole, with(std::string("\x01\x06\x00\x01\0\0XXXXXX\0\0", 14) + slot + end + zeros));
+  EXPECT_EQ(whole,
+            with(std::string("\x01\x06\x00\x01\0\0XXXXXX\0\0", 14) + slot + end + std::string(6, '\0')));
 }
 
 }  // namespace
-}  // namespace simtest

@@ -10,8 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "files/files.h"
@@ -26,8 +26,6 @@ int vmk_MgmtUserInit(vmk_MgmtApiSignature *, uint64_t, void **);
 int vmk_MgmtUserCallbackInvokeInt(void *, uint64_t, uint64_t, ...);
 void vmk_MgmtUserDestroy(void *);
 }
-
-namespace simtest {
 
 inline std::string topologyFile(const std::string &name) {
   bool exists = false;
@@ -49,30 +47,20 @@ struct alignas(4096) Page {
 struct Result {
   int platform = 0;
   uint32_t status = 0;  ///< the driver's
-  unsigned sct = 0, sc = 0;
+  unsigned folded = 0;  ///< type and code of the completion
   bool ok() const { return platform == 0 && status == 0; }
-  unsigned folded() const { return sct << 8 | sc; }
 };
-
-inline vmk_MgmtCallbackInfo callback(uint64_t id, size_t size1, uint32_t type1, size_t size2,
-                                     uint32_t type2) {
-  return {VMK_MGMT_CALLBACK_KERNEL, nullptr, 1, 2, {size1, size2}, {type1, type2}, id};
-}
 
 /// The signature of an adapter, to be sent as it is or broken first.
 struct Signature {
-  explicit Signature(const std::string &name) {
-    std::snprintf(value.name, sizeof value.name, "%s", name.c_str());
-    std::snprintf(value.vendor, sizeof value.vendor, "VMware");
-    value.version = VMK_MGMT_VERSION;
-    value.numCallbacks = 2;
-    callbacks[0] = callback(16, 4, VMK_MGMT_PARMTYPE_IN, 208, VMK_MGMT_PARMTYPE_OUT);
-    callbacks[1] = callback(17, 4, VMK_MGMT_PARMTYPE_IN, 120, VMK_MGMT_PARMTYPE_INOUT);
-    value.callbacks = callbacks;
-  }
+  explicit Signature(const std::string &name) { name.copy(value.name, sizeof value.name - 1); }
   int init(void **handle) { return vmk_MgmtUserInit(&value, 0, handle); }
-  vmk_MgmtCallbackInfo callbacks[2]{};
-  vmk_MgmtApiSignature value{};
+  // clang-format off
+  vmk_MgmtCallbackInfo callbacks[2]{
+      {VMK_MGMT_CALLBACK_KERNEL, nullptr, 1, 2, {4, 208}, {VMK_MGMT_PARMTYPE_IN, VMK_MGMT_PARMTYPE_OUT}, 16},
+      {VMK_MGMT_CALLBACK_KERNEL, nullptr, 1, 2, {4, 120}, {VMK_MGMT_PARMTYPE_IN, VMK_MGMT_PARMTYPE_INOUT}, 17}};
+  // clang-format on
+  vmk_MgmtApiSignature value{VMK_MGMT_VERSION, {}, "VMware", 2, callbacks};
 };
 
 /// Why something was refused; empty when it was not.
@@ -89,19 +77,16 @@ std::string refusal(Call call) {
 /// A test with a host. The state directory goes with it.
 class Host : public testing::Test {
  protected:
-  void SetUp() override {
-    char name[] = "/tmp/trx_sim_test_XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    directory = name;
-    setenv("TRX_SIM_STATE", name, 1);
+  Host() {
+    EXPECT_NE(mkdtemp(directory.data()), nullptr);
+    setenv("TRX_SIM_STATE", directory.c_str(), 1);
   }
-  void TearDown() override {
+  ~Host() override {
     EXPECT_EQ(takeViolations(), "") << "what the controller held against its caller";
     unsetenv("TRX_SIM_STATE");
     std::filesystem::remove_all(directory);
   }
   void make(const std::string &topology) { sim::createHost(directory, sim::parseTopology(topology)); }
-  void makeFrom(const std::string &file) { make(topologyFile(file)); }
 
   /// Takes the record of violations, so that none is left at the end.
   std::string takeViolations() const {
@@ -112,10 +97,11 @@ class Host : public testing::Test {
   }
 
   /// A block as a well-behaved program makes it.
-  static usr_io block(uint8_t opcode, uint32_t cdw12 = 0) {
+  static usr_io block(uint8_t opcode, uint32_t cdw12 = 0, uint32_t cdw14 = 0) {
     usr_io uio{};
     uio.cmd.opcode = opcode;
     uio.cmd.cdw12 = cdw12;
+    uio.cmd.cdw14 = cdw14;
     uio.direction = TRX_FROM_CONTROLLER;
     uio.timeoutUs = 100'000'000;
     return uio;
@@ -127,25 +113,19 @@ class Host : public testing::Test {
     return uio;
   }
 
-  static Result send(usr_io &uio, const std::string &adapter = "vmhba2", uint32_t code = 1) {
-    Result result;
+  static Result send(usr_io uio, const std::string &adapter = "vmhba2") {
+    uint32_t code = 1;
     void *handle = nullptr;
-    result.platform = Signature("nvmeMgmt-" + adapter).init(&handle);
-    if (result.platform != 0) return result;
-    result.platform = vmk_MgmtUserCallbackInvokeInt(handle, 0, 17, &code, &uio);
+    const int refused = Signature("nvmeMgmt-" + adapter).init(&handle);
+    if (refused != 0) return {refused};
+    const int platform = vmk_MgmtUserCallbackInvokeInt(handle, 0, 17, &code, &uio);
     vmk_MgmtUserDestroy(handle);
-    result.status = uio.status;
-    result.sct = uio.comp.SCT;
-    result.sc = uio.comp.SC;
-    return result;
+    return {platform, uio.status, uint32_t{uio.comp.SCT} << 8 | uio.comp.SC};
   }
-  static Result send(usr_io &&uio, const std::string &adapter = "vmhba2") { return send(uio, adapter); }
 
   /// A controller function that answers with a page.
   static Result function(uint32_t cdw12, uint32_t cdw14, Page &page, const std::string &adapter = "vmhba2") {
-    usr_io uio = withPage(block(0xE2, cdw12), page);
-    uio.cmd.cdw14 = cdw14;
-    return send(uio, adapter);
+    return send(withPage(block(0xE2, cdw12, cdw14), page), adapter);
   }
 
   static usr_io pairBlock(uint8_t opcode, Page &page) {
@@ -154,7 +134,11 @@ class Host : public testing::Test {
     uio.cmd.cdw15 = TRX_SIGNATURE_WORD;
     return uio;
   }
-  static void envelope(Page &page, std::vector<uint16_t> words, const void *data, size_t length) {
+  static RequestHeader header(uint8_t type, uint16_t start, uint8_t count) {
+    return {0, type, 0, start, count, 0, 0, {}};
+  }
+  static void envelope(Page &page, const std::vector<uint16_t> &words, const void *data = nullptr,
+                       size_t length = 0) {
     NVMESendData envelope{};
     std::memcpy(envelope.sign, "TRX", 4);
     envelope.cmd_length = static_cast<uint8_t>(words.size());
@@ -165,18 +149,16 @@ class Host : public testing::Test {
     std::memcpy(page.bytes, &envelope, sizeof envelope);
   }
   /// A whole pair exchange; the firmware's status, or 0x1000 when it did not come to one.
-  static unsigned pair(std::vector<uint16_t> words, const void *data, size_t length, Page &answer,
-                       const std::string &adapter = "vmhba2") {
-    auto page = std::make_unique<Page>();
-    envelope(*page, std::move(words), data, length);
-    if (!send(pairBlock(0xCB, *page), adapter).ok()) return 0x1000;
-    if (!send(pairBlock(0xCE, answer), adapter).ok()) return 0x1000;
+  static unsigned pair(const std::vector<uint16_t> &words, const void *data, size_t length, Page &answer) {
+    Page page;
+    envelope(page, words, data, length);
+    if (!send(pairBlock(0xCB, page)).ok() || !send(pairBlock(0xCE, answer)).ok()) return 0x1000;
     return std::memcmp(answer.bytes, "TRX", 3) == 0 ? answer.bytes[4] : 0x1000U;
   }
   template <typename Record>
-  static unsigned pair(std::vector<uint16_t> words, const Record &record) {
+  static unsigned pair(const std::vector<uint16_t> &words, const Record &record) {
     Page answer;
-    return pair(std::move(words), &record, sizeof record, answer);
+    return pair(words, &record, sizeof record, answer);
   }
 
   NVME_VD_Info volume(uint32_t id) {
@@ -188,36 +170,37 @@ class Host : public testing::Test {
     std::string text;
     for (uint32_t offset = 0; offset < 65536; offset += 4096) {
       Page page;
-      usr_io uio = withPage(block(0xE2, 0x4FE), page);
+      usr_io uio = withPage(block(0xE2, 0x4FE, 4096), page);
       uio.cmd.cdw10 = 0x3FF;
       uio.cmd.cdw13 = offset;
-      uio.cmd.cdw14 = 4096;
       EXPECT_TRUE(send(uio).ok());
       text.append(page.bytes + 40, std::find(page.bytes + 40, page.bytes + 4096, 0));
     }
     return text;
   }
 
-  /// The wait status of a process that does `work`.
   template <typename Work>
-  static int inChild(Work work) {
+  static pid_t startChild(Work work) {
     pid_t child = fork();
     if (child == 0) _exit(work() ? 0 : 1);
+    return child;
+  }
+  static int waitStatus(pid_t child) {
     int status = -1;
     waitpid(child, &status, 0);
     return status;
   }
+  /// The wait status of a process that does `work`.
+  template <typename Work>
+  static int inChild(Work work) {
+    return waitStatus(startChild(work));
+  }
 
-  std::string directory;
+  std::string directory = "/tmp/trx_sim_test_XXXXXX";
 };
 
 /// The same, on the host whose activities stand still.
 class FrozenHost : public Host {
  protected:
-  void SetUp() override {
-    Host::SetUp();
-    makeFrom("frozen.json");
-  }
+  FrozenHost() { make(topologyFile("frozen.json")); }
 };
-
-}  // namespace simtest

@@ -2,13 +2,12 @@
 // What the model's firmware allows, and what comes of it: volumes, namespaces, activities.
 #include "model/storage.h"
 
+#include <numeric>
+
 #include "model/state_file.h"
 #include "seam.h"
 
-namespace simtest {
 namespace {
-
-using sim::Fw;
 
 constexpr const char *kSpares =
     R"({"clock": 1720000000, "adapters": [{"name": "vmhba2", "rate": 1, "bgaRate": "high", "maxVd": 4,
@@ -19,10 +18,7 @@ constexpr const char *kSpares =
 
 class Storage : public Host {
  protected:
-  void SetUp() override {
-    Host::SetUp();
-    make(kSpares);
-  }
+  Storage() { make(kSpares); }
   static NVME_Create_VD record(uint8_t level, uint16_t stripe, std::vector<uint16_t> disks,
                                uint16_t namespaces = 0) {
     NVME_Create_VD record{};
@@ -40,36 +36,22 @@ class Storage : public Host {
 };
 
 TEST_F(Storage, CapacityAndRefusalsFollowLevelAndMembers) {
-  struct Row {
-    const char *what;
-    uint8_t level;
-    uint16_t stripe;
-    std::vector<uint16_t> disks;
-    unsigned status;
-    uint64_t sectors;
-  };
   constexpr uint64_t small = 1000000 / 256 * 256, smallBy512 = 1000000 / 1024 * 1024;
-  const Row rows[] = {
-      {"RAID0 sums", 0, 256, {0, 1, 2}, 0, 3 * small},
-      {"whole stripes only", 0, 1024, {0, 1}, 0, 2 * smallBy512},
-      {"RAID10 halves", 0x10, 256, {1, 2, 3, 0}, 0, 2 * small},
-      {"JBOD is one disk", 0x0F, 256, {6}, 0, 500000 / 32 * 32},
-      {"RAID1 of three", 1, 256, {0, 1, 2}, 61, 0},
-      {"RAID10 of two", 0x10, 256, {0, 1}, 61, 0},
-      {"RAID5", 5, 256, {0, 1, 2}, 60, 0},
-      {"stripe that the adapter lacks", 0, 512, {0, 1}, 62, 0},
-      {"sector sizes differ", 0, 256, {0, 6}, 64, 0},
-      {"failed disk", 0, 256, {0, 7}, 6, 0},
-      {"twice the same", 1, 256, {0, 0}, 4, 0},
+  // clang-format off
+  const std::tuple<const char *, uint8_t, uint16_t, std::vector<uint16_t>, unsigned, uint64_t> rows[] = {
+      {"RAID0 sums", 0, 256, {0, 1, 2}, 0, 3 * small}, {"whole stripes only", 0, 1024, {0, 1}, 0, 2 * smallBy512}, {"RAID10 halves", 0x10, 256, {1, 2, 3, 0}, 0, 2 * small},
+      {"JBOD is one disk", 0x0F, 256, {6}, 0, 500000 / 32 * 32}, {"RAID1 of three", 1, 256, {0, 1, 2}, 61, 0}, {"RAID10 of two", 0x10, 256, {0, 1}, 61, 0},
+      {"RAID5", 5, 256, {0, 1, 2}, 60, 0}, {"stripe that the adapter lacks", 0, 512, {0, 1}, 62, 0}, {"sector sizes differ", 0, 256, {0, 6}, 64, 0},
+      {"failed disk", 0, 256, {0, 7}, 6, 0}, {"twice the same", 1, 256, {0, 0}, 4, 0},
   };
-  for (const Row &row : rows) {
-    NVME_Create_VD query = record(row.level, row.stripe, row.disks);
+  // clang-format on
+  for (const auto &[what, level, stripe, disks, status, sectors] : rows) {
+    NVME_Create_VD query = record(level, stripe, disks);
     query.QueryLDSize = 1;
     Page answer;
-    EXPECT_EQ(pair({0xE2, 3}, &query, sizeof query, answer), row.status) << row.what;
-    if (row.status == 0) {
-      EXPECT_EQ(answer.at<NVME_PreCreate_VD>(8).LBA.value, row.sectors) << row.what;
-    }
+    EXPECT_EQ(pair({0xE2, 3}, &query, sizeof query, answer), status) << what;
+    if (status != 0) continue;
+    EXPECT_EQ(answer.at<NVME_PreCreate_VD>(8).LBA.value, sectors) << what;
   }
 }
 
@@ -88,15 +70,12 @@ TEST_F(Storage, ActivitiesPauseAndEndAtTheirTime) {
   ASSERT_EQ(create(1, {0, 1}), 0U);
   NVME_VD_Init init{};
   init.Init_Type = 2;
-  NVME_VD_Sync sync{};
-  EXPECT_EQ(pair({0xE3, 8}, sync), 52U) << "not initialised yet";
+  EXPECT_EQ(pair({0xE3, 8}, NVME_VD_Sync{}), 52U) << "not initialised yet";
   EXPECT_EQ(pair({0xE3, 7}, NVME_Rebuild{}), 54U) << "nothing to rebuild";
   ASSERT_EQ(pair({0xE3, 6}, init), 0U);
   EXPECT_EQ(pair({0xE3, 6}, init), 69U);
   pass(30);
-  RequestHeader one{};
-  one.requestType = 2;
-  one.numRequested = 1;
+  const RequestHeader one = header(2, 0, 1);
   ASSERT_EQ(pair({0xE3, 4, TRX_NVME_BGA_OPERATION_PAUSE}, one), 0U);
   EXPECT_EQ(pair({0xE3, 4, TRX_NVME_BGA_OPERATION_PAUSE}, one), 70U);
   pass(1000);
@@ -104,7 +83,7 @@ TEST_F(Storage, ActivitiesPauseAndEndAtTheirTime) {
   pass(71);
   EXPECT_EQ(pair({0xE3, 4, TRX_NVME_BGA_OPERATION_ABORT}, one), 67U);
   EXPECT_EQ(pair({0xE3, 4, 7}, one), 68U);
-  EXPECT_EQ(pair({0xE3, 8}, sync), 0U);
+  EXPECT_EQ(pair({0xE3, 8}, NVME_VD_Sync{}), 0U);
   EXPECT_NE(journal().find("[TIME]1720001100[MSG]init on virtual disk 0 completed"), std::string::npos)
       << "at the moment when it was complete, not when somebody looked";
 }
@@ -114,7 +93,7 @@ TEST_F(Storage, MigrationEndsInTheNewLayout) {
   NVME_Migrate migrate{};
   migrate.RaidMode = TRX_RAID_MODE_10;
   migrate.MemberCount = 4;
-  for (TRX_U8 i = 0; i < 4; ++i) migrate.PDIDs[i] = static_cast<TRX_U8>(2 + i);
+  std::iota(migrate.PDIDs, migrate.PDIDs + 4, TRX_U8{2});
   uint64_t before = volume(0).LBA.value;
   ASSERT_EQ(pair({0xE3, 9}, migrate), 0U);
   pass(101);
@@ -123,4 +102,3 @@ TEST_F(Storage, MigrationEndsInTheNewLayout) {
 }
 
 }  // namespace
-}  // namespace simtest

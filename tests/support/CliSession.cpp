@@ -9,7 +9,6 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <vector>
 
 #include "Functions/commandTables.h"
 #include "Functions/simple/simple_info.h"
@@ -18,10 +17,8 @@
 
 // The linker puts these in the place of the library's two ways to send an admin command.
 extern "C" {
-TRX_U32 __real_TRX_Adapter_Admin(TRX_U8, TRX_U8, TRX_U32, const TRX_U32 *, TRX_U8, const void *, TRX_U16,
-                                 void *, TRX_U16);
-TRX_U32 __real_TRX_Adapter_PassthruAdmin(TRX_U8, const trx_admin_command_format *, const void *, TRX_U16,
-                                         void *, TRX_U16);
+decltype(TRX_Adapter_Admin) __real_TRX_Adapter_Admin;
+decltype(TRX_Adapter_PassthruAdmin) __real_TRX_Adapter_PassthruAdmin;
 
 TRX_U32 __wrap_TRX_Adapter_Admin(TRX_U8 adapter, TRX_U8 opcode, TRX_U32 nsid, const TRX_U32 *cdw,
                                  TRX_U8 count, const void *in, TRX_U16 given, void *out, TRX_U16 length) {
@@ -68,10 +65,8 @@ CliSession::CliSession(const std::string &topology) : host_(topology) {
   useCommandTables();
   gCurrentAdapter = 0;
   gSpecificAdapterFlag = 0;
-  g_oneBaseMode = 0;
-  dbg_enable = false;
-  TRX_Init();
-  reload();
+  start();
+  host_.traffic();
 }
 
 CliSession::~CliSession() {
@@ -85,11 +80,11 @@ CliSession::~CliSession() {
   stream = stdout;
 }
 
-void CliSession::reload() {
+void CliSession::start() {
+  TRX_Init();
   gNumAdaptersFound = TRX_Adapter_GetCount();
   g_pAdInfos.assign(gNumAdaptersFound, NVME_Adapter_Info{});
   for (uint8_t i = 0; i < gNumAdaptersFound; ++i) TRX_Adapter_GetSimpleInfo(i, &g_pAdInfos[i]);
-  host_.traffic();
 }
 
 CommandResult CliSession::run(const std::string &line) {

@@ -24,14 +24,12 @@ class CliSession {
  public:
   explicit CliSession(const std::string &topology = "frozen");
   ~CliSession();
-  CliSession(const CliSession &) = delete;
-  CliSession &operator=(const CliSession &) = delete;
 
   /// Split a line as the shell does and run it.
   CommandResult run(const std::string &line);
 
-  /// Read the adapters' summaries again.
-  void reload();
+  /// Opens the library and reads the adapters' summaries, as a program does when it begins.
+  static void start();
 
   /// Requests that reached the controllers since the last call, without the identification and
   /// summary requests of start-up: the part of a trace line before the arrow.
@@ -52,15 +50,10 @@ class Capture {
  public:
   explicit Capture(int descriptor);
   ~Capture();
-  Capture(const Capture &) = delete;
-  Capture &operator=(const Capture &) = delete;
-
-  /// What was written so far, standard streams flushed.
   std::string text();
 
  private:
-  int descriptor_;
-  int saved_;
+  int descriptor_, saved_;
   Scratch file_;
 };
 

@@ -80,16 +80,13 @@ struct Step {
 };
 
 inline void play(CliSession &session, const std::vector<Step> &steps) {
-  std::string directory = session.host().directory().string() + "/";
-  auto placed = [&](const std::string &text) { return std::regex_replace(text, std::regex("@"), directory); };
+  SimHost &host = session.host();
   for (const Step &step : steps) {
-    std::string line = placed(step.line);
-    if (line[0] != '!') {
-      EXPECT_EQ(transcript(session, line), placed(step.transcript)) << line;
-      continue;
-    }
-    const Words words = wordsOf(line.substr(1));
-    EXPECT_EQ(session.host().sim(words.at(0), {words.begin() + 1, words.end()}).status, 0) << line;
+    const std::string line = host.placed(step.line);
+    if (line[0] == '!')
+      EXPECT_EQ(host.sim(line.substr(1)).status, 0) << line;
+    else
+      EXPECT_EQ(transcript(session, line), host.placed(step.transcript)) << line;
   }
 }
 

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 
@@ -31,17 +32,15 @@ std::string Scratch::content() const {
 }
 
 Outcome runProgram(const Words &words, const std::string &input) {
-  Scratch in, out, err;
-  in.put(input);
+  Scratch files[3];
+  files[0].put(input);
   std::vector<char *> argv;
   for (const std::string &word : words) argv.push_back(const_cast<char *>(word.c_str()));
   argv.push_back(nullptr);
 
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, in.descriptor(), 0);
-  posix_spawn_file_actions_adddup2(&actions, out.descriptor(), 1);
-  posix_spawn_file_actions_adddup2(&actions, err.descriptor(), 2);
+  for (int i = 0; i < 3; ++i) posix_spawn_file_actions_adddup2(&actions, files[i].descriptor(), i);
   pid_t pid;
   int failed = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
@@ -49,16 +48,17 @@ Outcome runProgram(const Words &words, const std::string &input) {
 
   int status;
   waitpid(pid, &status, 0);
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), out.content(), err.content()};
+  status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return {status, files[1].content(), files[2].content()};
 }
 
 SimHost::SimHost(const std::string &topology) {
   std::string pattern = (std::filesystem::temp_directory_path() / "trx-test-XXXXXX").string();
   if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary directory");
   directory_ = pattern;
-  bool isPath = topology.find('/') != std::string::npos;
-  std::string path = isPath ? topology : TRX_TOPOLOGY_DIR "/" + topology + ".json";
-  Outcome made = sim("reset", {"--topology", path});
+  const bool isPath = topology.find('/') != std::string::npos;
+  const Outcome made =
+      sim("reset", {"--topology", isPath ? topology : TRX_TOPOLOGY_DIR "/" + topology + ".json"});
   if (made.status != 0) throw std::runtime_error("trx_sim reset: " + made.err);
 }
 
@@ -68,22 +68,27 @@ SimHost::~SimHost() {
   std::filesystem::remove_all(directory_, ignored);
 }
 
-Outcome SimHost::cli(const Words &words, const std::string &input) {
-  Words program{TRX_CLI_PATH};
-  program.insert(program.end(), words.begin(), words.end());
-  return runProgram(runWords(program), input);
+static Words joined(Words words, const Words &more) {
+  words.insert(words.end(), more.begin(), more.end());
+  return words;
 }
 
-Outcome SimHost::sim(const std::string &verb, const Words &words) {
-  Words program{TRX_SIM_PATH, verb, "--state", stateDirectory()};
-  program.insert(program.end(), words.begin(), words.end());
-  return runProgram(program);
+Outcome SimHost::cli(const Words &words, const std::string &input) {
+  return runProgram(runWords(joined({TRX_CLI_PATH}, words)), input);
+}
+
+Outcome SimHost::sim(const std::string &line, const Words &words) {
+  Words program = joined({TRX_SIM_PATH}, wordsOf(line));
+  program.insert(program.begin() + 2, {"--state", stateDirectory()});
+  return runProgram(joined(program, words));
 }
 
 Words SimHost::runWords(const Words &program) const {
-  Words words{TRX_SIM_PATH, "run", "--state", stateDirectory(), "--trace", traceFile(), "--"};
-  words.insert(words.end(), program.begin(), program.end());
-  return words;
+  return joined({TRX_SIM_PATH, "run", "--state", stateDirectory(), "--trace", traceFile(), "--"}, program);
+}
+
+std::string SimHost::placed(const std::string &text) const {
+  return std::regex_replace(text, std::regex("@"), directory_.string() + "/");
 }
 
 Words wordsOf(const std::string &line) {
@@ -102,9 +107,7 @@ std::string SimHost::violations() const { return readFile(stateDirectory() / "vi
 
 std::string readFile(const std::filesystem::path &path) {
   std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 }  // namespace trx::test

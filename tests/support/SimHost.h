@@ -18,8 +18,7 @@ class Scratch {
  public:
   Scratch();
   ~Scratch() { std::fclose(file_); }
-  Scratch(const Scratch &) = delete;
-  Scratch &operator=(const Scratch &) = delete;
+  Scratch &operator=(Scratch &&) = delete;
 
   int descriptor() const { return fileno(file_); }
   void put(const std::string &text) const;
@@ -31,11 +30,9 @@ class Scratch {
 
 struct Outcome {
   int status;  ///< exit status, or 128 + signal
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 
-/// Run a program with these words and this input.
 Outcome runProgram(const Words &words, const std::string &input = {});
 
 class SimHost {
@@ -44,14 +41,12 @@ class SimHost {
   /// lists the same at any time: its background activities stand still.
   explicit SimHost(const std::string &topology = "frozen");
   ~SimHost();
-  SimHost(const SimHost &) = delete;
-  SimHost &operator=(const SimHost &) = delete;
+  SimHost &operator=(SimHost &&) = delete;
 
-  /// Run trx_cli in this host.
   Outcome cli(const Words &words, const std::string &input = {});
 
-  /// Run a verb of trx_sim on this host's state.
-  Outcome sim(const std::string &verb, const Words &words = {});
+  /// Run a verb of trx_sim on this host's state; `line` may have more words than it.
+  Outcome sim(const std::string &line, const Words &words = {});
 
   /// The words that start a program in this host.
   Words runWords(const Words &program) const;
@@ -59,10 +54,12 @@ class SimHost {
   /// Exchanges since the last call, a line each, as the simulator traces them.
   Words traffic();
 
-  /// The protocol violations logged so far; a correct program leaves this empty.
+  /// A correct program leaves this empty.
   std::string violations() const;
 
   const std::filesystem::path &directory() const { return directory_; }
+  /// A text in which "@" stands for the directory.
+  std::string placed(const std::string &text) const;
   std::filesystem::path traceFile() const { return directory_ / "trace.txt"; }
   std::filesystem::path stateDirectory() const { return directory_ / "state"; }
 
@@ -73,7 +70,6 @@ class SimHost {
 
 std::string readFile(const std::filesystem::path &path);
 
-/// The words of a line.
 Words wordsOf(const std::string &line);
 
 }  // namespace trx::test

@@ -7,46 +7,27 @@
 
 #include "device/vmware/native/user/vmkmgmt.h"
 
-FakePlatform &fakePlatform() {
-  static FakePlatform platform;
-  return platform;
-}
+FakePlatform platform;
 
 void FakePlatform::addAdapter(const std::string &name) {
-  nvmeAdapterInfo info{};
+  nvmeAdapterInfo &info = adapters.emplace_back();
   name.copy(info.name, sizeof info.name);
   ("mgmt-" + name).copy(info.signature, sizeof info.signature);
-  adapters.push_back(info);
-  count = static_cast<uint32_t>(adapters.size());
 }
 
 namespace {
 
-bool zeroFrom(const uint8_t *data, size_t begin, size_t end) {
-  return begin >= end || std::all_of(data + begin, data + end, [](uint8_t byte) { return byte == 0; });
-}
-
-Reply nextReply(FakePlatform &platform, const Command &command) {
-  if (!platform.replies.empty()) {
-    Reply reply = platform.replies.front();
-    platform.replies.pop_front();
-    return reply;
-  }
-  if (platform.answer) return platform.answer(command);
-  ++platform.unexpected;
-  return {.platformStatus = 71};
-}
-
 int runCommand(const std::string &signature, int code, usr_io *io) {
-  FakePlatform &platform = fakePlatform();
-  Command command{.signature = signature, .code = code, .io = *io, .sent = {}, .aligned = false};
+  Command command{.signature = signature, .code = code, .io = *io};
   auto *data = reinterpret_cast<uint8_t *>(io->addr);
   const bool toController = io->direction == TRX_TO_CONTROLLER;
   if (toController && data) command.sent.assign(data, data + io->length);
-  command.aligned = io->addr % 4096 == 0 && (!data || zeroFrom(data, toController ? io->length : 0, 4096));
-  const Reply reply = nextReply(platform, command);
+  const long used = toController ? std::min(io->length, 4096u) : 0;
+  command.aligned = io->addr % 4096 == 0 && (!data || std::count(data + used, data + 4096, 0) == 4096 - used);
+  const Reply reply = platform.replies.empty() ? platform.answer(command) : platform.replies.front();
+  if (!platform.replies.empty()) platform.replies.pop_front();
   platform.commands.push_back(command);
-  if (!toController && !reply.data.empty()) std::memcpy(data, reply.data.data(), reply.data.size());
+  if (!toController) std::copy(reply.data.begin(), reply.data.end(), data);
   io->status = reply.driverStatus;
   io->comp.SCT = reply.sct & 7;
   io->comp.SC = reply.sc;
@@ -72,18 +53,15 @@ std::string inNumbers(const vmk_MgmtApiSignature &signature) {
 extern "C" {
 
 int vmk_MgmtUserInit(vmk_MgmtApiSignature *signature, uint64_t, void **handle) {
-  FakePlatform &platform = fakePlatform();
   ++platform.opens;
   platform.signature = inNumbers(*signature);
-  const std::string name = signature->name;
-  if (name != "nvmeMgmt" && platform.openStatus) return platform.openStatus;
+  if (platform.openStatus && std::strcmp(signature->name, "nvmeMgmt") != 0) return platform.openStatus;
   ++platform.openHandles;
-  *handle = new std::string(name);
+  *handle = new std::string(signature->name);
   return 0;
 }
 
 int vmk_MgmtUserCallbackInvokeInt(void *handle, uint64_t, uint64_t callbackId, ...) {
-  FakePlatform &platform = fakePlatform();
   va_list arguments;
   va_start(arguments, callbackId);
   void *first = va_arg(arguments, void *);
@@ -95,13 +73,14 @@ int vmk_MgmtUserCallbackInvokeInt(void *handle, uint64_t, uint64_t callbackId, .
     platform.levels = {*static_cast<int *>(first), *static_cast<int *>(second)};
     return platform.listStatus;
   }
-  std::memcpy(first, &platform.count, sizeof platform.count);
-  std::copy(platform.adapters.begin(), platform.adapters.end(), static_cast<nvmeAdapterInfo *>(second));
+  const auto &all = platform.adapters;
+  *static_cast<uint32_t *>(first) = static_cast<uint32_t>(all.size());
+  std::copy_n(all.begin(), std::min<size_t>(all.size(), 64), static_cast<nvmeAdapterInfo *>(second));
   return platform.listStatus;
 }
 
 void vmk_MgmtUserDestroy(void *handle) {
-  --fakePlatform().openHandles;
+  --platform.openHandles;
   delete static_cast<std::string *>(handle);
 }
 

@@ -18,7 +18,7 @@ struct Command {
   std::string signature;  ///< of the adapter that it went to
   int code = 0;           ///< of the driver's callback
   alignas(8) usr_io io{};
-  Bytes sent;            ///< data to the controller
+  Bytes sent = {};       ///< data to the controller
   bool aligned = false;  ///< the buffer was page-aligned, and zero where nothing was sent, to 4096 bytes
 };
 
@@ -31,9 +31,7 @@ struct Reply {
 
 struct FakePlatform {
   std::vector<nvmeAdapterInfo> adapters;
-  uint32_t count = 0;  ///< of adapters, as it is told
-  int listStatus = 0;
-  int openStatus = 0;
+  int listStatus = 0, openStatus = 0;
   std::deque<Reply> replies;
   std::function<Reply(const Command &)> answer;  ///< when the script is at its end
 
@@ -42,11 +40,10 @@ struct FakePlatform {
   std::pair<int, int> levels;  ///< of the driver's log, as they were set
   std::vector<Command> commands;
   int openHandles = 0;
-  int unexpected = 0;
 
   void addAdapter(const std::string &name);
 };
 
-FakePlatform &fakePlatform();
+extern FakePlatform platform;
 
 #endif  // TRX_TESTS_FAKE_PLATFORM_H

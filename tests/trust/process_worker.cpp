@@ -8,12 +8,9 @@
 #include <fcntl.h>
 #include <semaphore.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <span>
 #include <string>
 
 #include "trx/trx_api.h"
@@ -22,30 +19,19 @@ namespace {
 
 constexpr TRX_U16 kNamespaces = 64;
 
-RequestHeader oneObject(TRX_U16 id) {
-  RequestHeader header{};
-  header.requestType = TRX_REQUEST_ONE_OBJECT;
-  header.start = id;
-  header.numRequested = 1;
-  return header;
-}
+RequestHeader oneObject(TRX_U16 id) { return {0, TRX_REQUEST_ONE_OBJECT, 0, id, 1, 0, 0, {}}; }
 
 /// Write a name that counts, and read it back; nobody else writes this volume.
 const char *countUp(TRX_U16 volume, int round) {
-  NVME_VD_Config_Request config{};
-  config.header = oneObject(volume);
-  config.vd_config[0].ID = volume;
-  std::span name(config.vd_config[0].Name);
-  const std::string text = "v" + std::to_string(volume) + "-" + std::to_string(round);
-  std::memcpy(name.data(), text.data(), std::min(text.size(), name.size()));
+  NVME_VD_Config_Request config{oneObject(volume), {{volume, {}, {}}}};
+  auto &name = config.vd_config[0].Name;
+  ("v" + std::to_string(volume) + "-" + std::to_string(round))
+      .copy(reinterpret_cast<char *>(name), sizeof name);
   if (TRX_VD_SetConfig(0, &config) != 0) return "the volume's name was not written";
-  NVME_VD_Info_Request info{};
-  info.header = oneObject(volume);
+  NVME_VD_Info_Request info{oneObject(volume), {}};
   if (TRX_VD_GetInfo(0, &info) != 0) return "the volume was not read";
   if (info.vd_info[0].ID != volume) return "the answer is of another volume";
-  if (std::memcmp(info.vd_info[0].Name, name.data(), name.size()) != 0)
-    return "the name is not the one written";
-  return nullptr;
+  return std::memcmp(info.vd_info[0].Name, name, sizeof name) == 0 ? nullptr : "the name is another";
 }
 
 /// A write that all processes share, and a list that none of them changes.
@@ -63,8 +49,7 @@ const char *share(TRX_U16 volume) {
 
 int pairs(TRX_U16 volume, int count) {
   for (int round = 1; round <= count / 4; ++round) {
-    const char *wrong = countUp(volume, round);
-    if (!wrong) wrong = share(volume);
+    const char *counted = countUp(volume, round), *wrong = counted ? counted : share(volume);
     if (wrong) return std::printf("volume %u, round %d: %s\n", volume, round, wrong) > 0;
   }
   return 0;
@@ -74,19 +59,17 @@ int timed(int count) {
   using namespace std::chrono;
   int failed = 0;
   for (int i = 0; i < count; ++i) {
-    auto begin = steady_clock::now();
+    const auto begin = steady_clock::now();
     NVME_Adapter_Info info{};
     failed += TRX_Adapter_GetInfo(0, &info) != 0;
     std::printf("%ld ", static_cast<long>(duration_cast<milliseconds>(steady_clock::now() - begin).count()));
-    std::fflush(stdout);
   }
   return failed != 0;
 }
 
 int disks() {
   for (TRX_U16 id = 0; id < 2; ++id) {
-    NVME_PD_Info_Request disk{};
-    disk.header = oneObject(id);
+    NVME_PD_Info_Request disk{oneObject(id), {}};
     if (TRX_PD_GetInfo(0, &disk) != 0) return 1;
     std::printf("%.20s\n", reinterpret_cast<const char *>(disk.pd_info[0].SerialNo));
   }
@@ -105,12 +88,10 @@ int lockValue() {
 int main(int argc, char **argv) {
   const std::string verb = argc > 1 ? argv[1] : "";
   if (verb == "lock") return lockValue();
-  int status = 2;
   TRX_Init();
-  if (verb == "pairs" && argc == 4)
-    status = pairs(static_cast<TRX_U16>(std::atoi(argv[2])), std::atoi(argv[3]));
-  if (verb == "time" && argc == 3) status = timed(std::atoi(argv[2]));
-  if (verb == "disks") status = disks();
+  const int status = verb == "pairs"  ? pairs(static_cast<TRX_U16>(std::stoi(argv[2])), std::stoi(argv[3]))
+                     : verb == "time" ? timed(std::stoi(argv[2]))
+                                      : disks();
   TRX_Final();
   return status;
 }
