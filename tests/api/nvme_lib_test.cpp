@@ -163,8 +163,9 @@ TEST_F(NvmeLib, LoadsImageFiles) {
       {"/proc/self/mem", 0, ""},
   };
   for (const auto &[path, status, error] : rows) {
+    SCOPED_TRACE(path);
     const auto load = [&, name = path.c_str()] { return Nvme_FWLoadImage(name, &image, &size); };
-    EXPECT_EQ(printed([&, expected = status] { EXPECT_EQ(load(), expected) << path; }), error);
+    EXPECT_EQ(printed([&, expected = status] { EXPECT_EQ(load(), expected); }), error);
   }
   EXPECT_EQ(size, 0u) << "of the last one that could be read";
 }
