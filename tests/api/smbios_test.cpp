@@ -60,8 +60,9 @@ TEST(Smbios, ReadsTheBusAsADecimalNumberAndLooksUpStrings) {
 }
 
 void seal(Bytes &entry, size_t begin, size_t length, size_t at) {
-  entry[at] = 0;
-  entry[at] = static_cast<uint8_t>(-std::accumulate(&entry[begin], &entry[begin] + length, 0));
+  uint8_t &sum = entry.at(at);
+  sum = 0;
+  sum = static_cast<uint8_t>(-std::accumulate(&entry[begin], &entry[begin] + length, 0));
 }
 
 // An entry point that the walk steps over as over a structure, as the platform's file has it.
