@@ -1,18 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The program's entry: which adapter, which output, then one command or the prompt.
+#include <strings.h>
+
 #include <cerrno>
-#include <cstdlib>
+#include <csignal>
 #include <cstring>
 #include <optional>
-#include <string_view>
 
 #include "Functions/commandTables.h"
-#include "Functions/help/help.h"
-#include "Functions/simple/simple_info.h"
-#include "Public/numbers.h"
-#include "Public/utility.h"
+#include "Public/common.h"
+#include "Public/interrupt.h"
+#include "Public/listening.h"
+#include "line.h"
 #include "output.h"
+#include "session.h"
 #include "shell.h"
+#include "startup.h"
 #include "trx/trx_api.h"
 
 namespace trx {
@@ -21,121 +24,109 @@ namespace {
 struct Arguments {
   int count;
   char **words;
+
+  /// The words from one on.
+  Tokens from(size_t first) const { return Tokens(words, static_cast<size_t>(count)).subspan(first); }
 };
 
-/// Take a leading adapter ID off the arguments.
-/// @return the exit status when the ID cannot be one
-std::optional<int> takeAdapterId(Arguments &arguments) {
-  if (arguments.count < 2 || !isNumber(arguments.words[1])) return std::nullopt;
-  long typed = std::strtol(arguments.words[1], nullptr, 10);
-  // The ID is kept to 32 signed bits: one that does not fit counts as negative.
-  auto value = static_cast<int32_t>(typed);
-  if (value != typed || zeroBased(value) < 0) {
-    std::printf("Adapter ID %d is not exist\n", value);
-    return 0;
+/// Take the `-output FILE` of a line, wherever it stands among the words, and turn its word into the option
+/// with code 1, which every command accepts and ignores.
+/// @return the path; null for none
+const char *takeOutput(Tokens words) {
+  for (size_t i = 0; i + 1 < words.size(); ++i) {
+    if (strcasecmp(words[i], "-output") != 0) continue;
+    words[i][1] = '\001';
+    return words[i + 1];
   }
-  // Cut to 8 bits before it is compared with the adapters found: an adapter index has 8 bits, and 256 is
-  // adapter 0.
-  gCurrentAdapter = static_cast<uint8_t>(zeroBased(value));
-  gSpecificAdapterFlag = 1;
-  --arguments.count;
-  ++arguments.words;
-  return std::nullopt;
+  return nullptr;
 }
 
-/// Serve `-output FILE`, wherever it stands among the words, and turn its word into the option with
-/// code 1, which every command accepts and ignores.
-/// @return the exit status when the file cannot be opened
-std::optional<int> redirectOutput(const Arguments &arguments) {
-  for (int i = 1; i < arguments.count - 1; ++i) {
-    if (strcasecmp(arguments.words[i], "-output") != 0) continue;
-    const char *path = arguments.words[i + 1];
-    if (!redirectStream(path)) {
-      std::fprintf(stderr, "Unable to open output file '%s': %s\n", path, std::strerror(errno));
-      return 1;
-    }
-    arguments.words[i][1] = '\001';
-    break;
-  }
-  return std::nullopt;
+int complainOutput(const char *path, int error) {
+  std::fprintf(stderr, "Unable to open output file '%s': %s\n", path, std::strerror(error));
+  return 1;
 }
 
-/// Fill the summary of every adapter.
-/// @return the exit status when the chosen adapter is not there
-std::optional<int> loadSummaries() {
-  g_pAdInfos.assign(gNumAdaptersFound, NVME_Adapter_Info{});
-  TRX_U32 status = 0;
-  for (uint8_t i = 0; i < gNumAdaptersFound; ++i) {
-    status = TRX_Adapter_GetSimpleInfo(i, &g_pAdInfos[i]);
-    if (status != 0) {
-      std::fprintf(stream, "\nUnable to get info of NVMe Controller %d\n", userCounting(i));
-    }
-  }
-  if (gSpecificAdapterFlag && gCurrentAdapter >= gNumAdaptersFound) {
-    std::printf("Adapter ID %d is not exist\n", userCounting(gCurrentAdapter));
-    return static_cast<int>(status);
-  }
-  return std::nullopt;
+/// Serve it. @return the exit status when the file cannot be opened
+std::optional<int> redirectOutput(Tokens words) {
+  const char *path = takeOutput(words);
+  if (!path || redirectStream(path)) return std::nullopt;
+  return complainOutput(path, errno);
 }
 
-void reportNoAdapter() {
-  gSysDenied = TRX_IsSysDenied();
-  std::fputs(gSysDenied ? "NVMe Controller is found, but need administrator permission.\n"
-                        : "No NVMe Controller is found.\n",
-             stream);
-}
-
-/// Answer the words that ask nothing of any controller.
-/// @return whether there was one
-bool answeredAtOnce(const Arguments &arguments) {
-  if (arguments.count < 2) return false;
-  std::string_view word = arguments.words[1];
-  if (word == "--help" || word == "-h") {
-    printOverview();
-  } else if (word == "--version") {
-    printVersions();
-  } else {
-    return false;
-  }
-  return true;
-}
-
-int finish(int status) {
-  TRX_Final();
-  g_pAdInfos.clear();
-  return status;
-}
-
-int runOnce(const Arguments &arguments) {
-  const char *word = arguments.words[1];
+int runOnce(Tokens words) {
+  const char *word = words[0];
   bool needsAdapter = std::strcmp(word, "help") != 0 && std::strcmp(word, "version") != 0;
   if (gNumAdaptersFound == 0 && needsAdapter) return 0;
-  return finish(cmdDispatcher(arguments.count - 1, arguments.words + 1));
+  return shutDown(cmdDispatcher(static_cast<int>(words.size()), words.data()));
 }
 
-int runInteractive() {
+int runInteractive(const LineOptions &options) {
   std::fprintf(stream, "CLI Version: %s   API Version: %s\n", CLI_VERSION, TRX_Get_Version());
   std::fputs("Welcome to NVMe Command Line Interface.\n\n", stream);
   if (gNumAdaptersFound == 0) return 0;
-  runShell();
-  return finish(0);
+  runShell(options);
+  return shutDown(0);
+}
+
+// ---- with options before the command, or a command of our own ----
+
+/// A command of our own has the output to itself from the first line on.
+std::optional<int> startUpAside() {
+  stream = stderr;
+  auto status = startUp();
+  stream = stdout;
+  return status;
+}
+
+int runText(const LineStart &start, Tokens words) {
+  const bool own = isOwnCommand(words);
+  if (auto status = redirectOutput(words))
+    return start.options.strict ? static_cast<int>(Outcome::Failed) : *status;
+  const Listening listening(own ? Hearing::Divert : Hearing::PassOn);
+  return shutDown(runCommand(start, words, own ? startUpAside : startUp));
+}
+
+int runDocument(const LineStart &start, Tokens words) {
+  const HeedInterrupts interrupts;
+  std::signal(SIGPIPE, SIG_IGN);  // told as an output that could not be written
+  const char *path = takeOutput(words);
+  const bool noFile = path && !useDocumentFile(path);
+  if (noFile) complainOutput(path, errno);
+  if (words.empty() && start.wrong.empty()) {
+    if (start.adapter) chooseAdapter(start.adapter);
+    {
+      const Listening silence(Hearing::Mute);
+      startUp();
+    }
+    return shutDown(static_cast<int>(runSession(start.options, writeDocument)));
+  }
+  int32_t status = 0;
+  std::string document =
+      documentOfCommand(start, words, status, startUp, noFile ? Outcome::Failed : Outcome::Ok);
+  if (!writeDocument(document)) status = static_cast<int>(Outcome::Failed);
+  return shutDown(status);
+}
+
+int runWithOptions(const LineStart &start, Tokens words) {
+  if (start.options.json) return runDocument(start, words);
+  if (!words.empty() || !start.wrong.empty()) return runText(start, words);
+  if (start.adapter && !chooseAdapter(start.adapter)) return static_cast<int>(Outcome::NotFound);
+  if (auto status = startUp()) return *status;
+  return runInteractive(start.options);
 }
 
 int run(Arguments arguments) {
   g_oneBaseMode = TRX_Adapter_GetOneBaseMode();
-  if (auto status = takeAdapterId(arguments)) return *status;
-  if (auto status = redirectOutput(arguments)) return *status;
   useCommandTables();
-  if (answeredAtOnce(arguments)) return 0;
+  const LineStart start = startOfLine(arguments.from(1));
+  const Tokens words = arguments.from(1 + start.count);
+  if (start.any || isOwnCommand(words)) return runWithOptions(start, words);
 
-  TRX_Init();
-  gNumAdaptersFound = TRX_Adapter_GetCount();
-  if (gNumAdaptersFound == 0) {
-    reportNoAdapter();
-  } else if (auto status = loadSummaries()) {
-    return *status;
-  }
-  return arguments.count >= 2 ? runOnce(arguments) : runInteractive();
+  if (start.adapter && !chooseAdapter(start.adapter)) return 0;
+  if (auto status = redirectOutput(words)) return *status;
+  if (answeredAtOnce(words)) return 0;
+  if (auto status = startUp()) return *status;
+  return words.empty() ? runInteractive({}) : runOnce(words);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "output.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -83,6 +84,24 @@ bool redirectStream(const char *path) {
   stream = file;
   streamDescriptor = gFile.descriptor;
   return true;
+}
+
+bool useDocumentFile(const char *path) {
+  gFile.descriptor = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+  return gFile.descriptor >= 0;
+}
+
+bool writeDocument(const std::string &document) {
+  if (gFile.descriptor >= 0) {
+    struct stat before {};
+    const bool undoable = fstat(gFile.descriptor, &before) == 0 && S_ISREG(before.st_mode);
+    const bool ended =
+        writeTo(&gFile, document.data(), document.size()) == static_cast<ssize_t>(document.size());
+    if (ended) return true;
+    if (undoable && ftruncate(gFile.descriptor, before.st_size) != 0) gFile.note();
+  }
+  writeTo(&gStandardOutput, document.data(), document.size());
+  return gFile.firstError == 0 && gStandardOutput.firstError == 0;
 }
 
 bool closeOutput() {

@@ -4,6 +4,8 @@
 #ifndef TRX_CLI_OUTPUT_H
 #define TRX_CLI_OUTPUT_H
 
+#include <string>
+
 namespace trx {
 
 /// Open descriptors 0 to 2 that are closed on /dev/null, so that no file of a command becomes one of them
@@ -17,6 +19,14 @@ void watchOutput();
 /// Let `stream` append to a file.
 /// @return whether it is open; errno tells why not
 bool redirectStream(const char *path);
+
+/// Append a document to the file of `useDocumentFile`, or to standard output: whole, or not at all where it
+/// can be undone. When the file cannot take it, standard output does.
+/// @return whether it arrived where it belongs; closeOutput tells why not
+bool writeDocument(const std::string &document);
+
+/// Let documents go to a file. @return whether it is open; errno tells why not
+bool useDocumentFile(const char *path);
 
 /// Flush and end the outputs. What could not be written is told on standard error.
 /// @return whether everything was

@@ -15,7 +15,9 @@
 #include <vector>
 
 #include "Public/common.h"
+#include "Public/listening.h"
 #include "completion.h"
+#include "line.h"
 
 namespace trx {
 namespace {
@@ -153,8 +155,22 @@ Line nextScriptLine() {
 
 Line nextLine() { return isatty(STDIN_FILENO) ? nextTypedLine() : nextScriptLine(); }
 
+/// Run a line that begins with options, or in a shell that has some.
+/// @return whether the shell goes on
+bool runWithOptions(const LineStart &start, Tokens words) {
+  if (start.options.json) {
+    int32_t status = 0;
+    const std::string document = documentOfCommand(start, words, status);
+    if (status == -1) return false;
+    std::fputs(document.c_str(), stream);
+    return true;
+  }
+  const Listening listening(Hearing::PassOn);
+  return runCommand(start, words) != -1;
+}
+
 /// Run one line. @return whether the shell goes on
-bool runLine(char *line) {
+bool runLine(char *line, const LineOptions &options) {
   std::array<char *, kMaxTokens> tokens;
   int32_t count;
   if (!parse(&count, tokens.data(), line)) {
@@ -164,6 +180,11 @@ bool runLine(char *line) {
   } else if (count > kMaxTokens) {
     std::fprintf(stream, "Too many words in the line (at most %d).\n", kMaxTokens);
   } else {
+    const Tokens words(tokens.data(), static_cast<size_t>(count));
+    LineStart start = startOfLine(words, options);
+    if (!start.any) start.adapter = nullptr;  // a number alone is a word like others
+    if (start.any) return runWithOptions(start, words.subspan(start.count));
+    if (options.strict || options.dryRun || options.expect) return runWithOptions(start, words);
     return cmdDispatcher(count, tokens.data()) != -1;
   }
   return true;
@@ -171,7 +192,7 @@ bool runLine(char *line) {
 
 }  // namespace
 
-void runShell() {
+void runShell(const LineOptions &options) {
   prepareReadline();
   // Byte by byte, so that what follows `exit` is left to whoever reads the same input next.
   std::setvbuf(stdin, nullptr, _IONBF, 0);
@@ -184,7 +205,7 @@ void runShell() {
     }
     std::strcpy(buffer.data(), line.get());
     line.reset();
-    if (!runLine(buffer.data())) return;
+    if (!runLine(buffer.data(), options)) return;
   }
 }
 

@@ -2,11 +2,14 @@
 #ifndef TRX_CLI_SHELL_H
 #define TRX_CLI_SHELL_H
 
+#include "Public/report.h"
+
 namespace trx {
 
 /// Read command lines at the prompt and run them, until `exit`, `quit`, or the end of an input that
 /// is not a terminal.
-void runShell();
+/// @param options hold for every line
+void runShell(const LineOptions &options);
 
 }  // namespace trx
 

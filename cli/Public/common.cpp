@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <cstring>
 
+#include "Public/report.h"
 #include "Public/utility.h"
 
 namespace trx {
@@ -19,14 +20,18 @@ uint8_t g_oneBaseMode = 0;
 uint8_t gNumAdaptersFound = 0;
 uint8_t gSysDenied = 0;
 std::vector<NVME_Adapter_Info> g_pAdInfos;
+std::vector<Failure> gSummaryFailures;
 const Command_Info *pCmdTable = nullptr;
 uint16_t cmdTableSize = 0;
 const Command_Info *pHiddenCmdTable = nullptr;
 uint16_t hiddenCmdTableSize = 0;
+const Command_Info *pOwnCmdTable = nullptr;
+uint16_t ownCmdTableSize = 0;
 bool dbg_enable = false;
 
 const NVME_Adapter_Info &summaryOf(unsigned adapter) {
   static const NVME_Adapter_Info none{};
+  if (adapter < gSummaryFailures.size()) note(gSummaryFailures[adapter]);
   return adapter < g_pAdInfos.size() ? g_pAdInfos[adapter] : none;
 }
 
@@ -116,16 +121,20 @@ Lookup findCommand(const char *word) {
   return {nullptr, general.prefixes + hidden.prefixes > 1};
 }
 
+const Command_Info *ownCommand(const char *word) {
+  for (uint16_t i = 0; i < ownCmdTableSize; ++i) {
+    if (std::strcmp(pOwnCmdTable[i].cmd, word) == 0) return &pOwnCmdTable[i];
+  }
+  return nullptr;
+}
+
 int32_t cmdDispatcher(int count, char **tokens) {
   char *word = strlwr(tokens[0]);
   if (std::strcmp(word, "exit") == 0 || std::strcmp(word, "quit") == 0) return -1;
   Lookup found = findCommand(word);
   if (found.row) return found.row->cmdHandler(count, tokens, found.row);
-  if (found.ambiguous) {
-    std::fprintf(stream, "Ambiguous command '%s'!\n", word);
-  } else {
-    std::fprintf(stream, "Invalid command '%s'!\n", word);
-  }
+  if (const Command_Info *own = ownCommand(word)) return own->cmdHandler(count, tokens, own);
+  complain(found.ambiguous ? "Ambiguous command '%s'!\n" : "Invalid command '%s'!\n", word);
   return 1;
 }
 
@@ -133,24 +142,36 @@ void printHelp(const Command_Info *row) {
   std::fprintf(stream, "Description%s%s", row->cmdShortHelp, row->cmdHelp);
 }
 
+void answerHelp(const Command_Info *row) {
+  printHelp(row);
+  tellText(std::string("Description") + row->cmdShortHelp + row->cmdHelp);
+}
+
+int32_t helpForNoWords(const Command_Info *row) {
+  noteUsage();
+  printHelp(row);
+  return 1;
+}
+
 bool complain(const char *format, ...) {
+  noteUsage();
   va_list arguments;
   va_start(arguments, format);
-  std::vfprintf(stream, format, arguments);
+  printWrong(format, arguments);
   va_end(arguments);
   return false;
 }
 
 int32_t complainDuplicate() {
-  std::fputs(ErrorDuplicate, stream);
+  complain("%s", ErrorDuplicate);
   return 1;
 }
 
 int32_t complainRequired(const char *command, char letter, int32_t result) {
-  std::fprintf(stream, OptionRequired, command, letter);
+  complain(OptionRequired, command, letter);
   return result;
 }
 
-int32_t refuseJbof() { return std::fprintf(stream, "This feature is not support JBOF.\n"); }
+int32_t refuseJbof() { return tellWrong(Outcome::Refused, "This feature is not support JBOF.\n"); }
 
 }  // namespace trx

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "Public/outcome.h"
 #include "trx/trx_records.h"
 
 namespace trx {
@@ -41,13 +42,17 @@ extern uint8_t g_oneBaseMode;         ///< 1 when users count adapters, disks an
 extern uint8_t gNumAdaptersFound;
 extern uint8_t gSysDenied;                         ///< 1 when controllers exist that this user may not reach
 extern std::vector<NVME_Adapter_Info> g_pAdInfos;  ///< a summary per adapter; zeros where unreadable
+extern std::vector<Failure> gSummaryFailures;      ///< what reading them met
 extern const Command_Info *pCmdTable;              ///< the table that dispatch and `help` walk first
 extern uint16_t cmdTableSize;
 extern const Command_Info *pHiddenCmdTable;  ///< the table that dispatch walks after it
 extern uint16_t hiddenCmdTableSize;
+extern const Command_Info *pOwnCmdTable;  ///< our own commands: whole words, looked up last
+extern uint16_t ownCmdTableSize;
 extern bool dbg_enable;  ///< commands print the command dwords they send
 
-/// The summary of an adapter; all zeros for an index that has none.
+/// The summary of an adapter; all zeros for an index that has none. That it could not be read counts for
+/// the outcome of the line that wants it.
 const NVME_Adapter_Info &summaryOf(unsigned adapter);
 
 /// Whether an adapter combines its disks into volumes (RAID) or exposes each as it is (JBOF).
@@ -79,6 +84,9 @@ struct Lookup {
 };
 Lookup findCommand(const char *word);
 
+/// The row of one of our own commands; null for any other word.
+const Command_Info *ownCommand(const char *word);
+
 /// Find the row of a command word and call its handler. The word is lowered in place; a unique
 /// beginning of a word will do.
 /// @return -1 for `exit` and `quit`, 1 for an unknown or ambiguous word, else the handler's result
@@ -89,7 +97,15 @@ int32_t cmdDispatcher(int count, char **tokens);
 /// "Description", the short help and the help of a row.
 void printHelp(const Command_Info *row);
 
-/// Print a message on `stream`; false, so that an option reader can return it.
+/// The help was asked for: print it.
+void answerHelp(const Command_Info *row);
+
+/// A line without words where some are needed gets the help.
+/// @return 1
+int32_t helpForNoWords(const Command_Info *row);
+
+/// The line is wrong in itself: print what is wrong on `stream`; false, so that an option reader can return
+/// it.
 [[gnu::format(printf, 1, 2)]] bool complain(const char *format, ...);
 
 /// "Duplicated option specified.\n"

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Public/common.h"
+#include "Public/report.h"
 
 namespace trx {
 namespace {
@@ -24,12 +25,13 @@ std::string withoutQuotes(const std::string &path) {
 }
 
 /// Open a regular file for reading. A pipe is not waited for, as open(2) would until somebody writes.
-/// @param[out] reason why there is none
-std::FILE *openForReading(const char *path, std::string &reason) {
+/// @param[out] reason, error why there is none
+std::FILE *openForReading(const char *path, std::string &reason, int &error) {
   int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   struct stat facts;
   if (descriptor < 0 || fstat(descriptor, &facts) != 0) {
-    reason = std::strerror(errno);
+    error = errno;
+    reason = std::strerror(error);
   } else if (!S_ISREG(facts.st_mode)) {
     reason = S_ISDIR(facts.st_mode) ? std::strerror(EISDIR) : "Not a regular file";
   } else {
@@ -48,18 +50,28 @@ std::string pathArgument(const char *text) {
 
 int CommandFile::open_file(const std::string &path, const char *mode) {
   path_ = withoutQuotes(path);
+  error_ = 0;
   if (*mode == 'r') {
-    file_.reset(openForReading(path_.c_str(), reason_));
+    file_.reset(openForReading(path_.c_str(), reason_, error_));
+  } else if (isTried()) {
+    return 0;
   } else {
     file_.reset(std::fopen(path_.c_str(), mode));
-    if (!file_) reason_ = std::strerror(errno);
+    error_ = errno;
+    if (!file_) reason_ = std::strerror(error_);
   }
   return file_ ? 0 : 1;
 }
 
 bool CommandFile::openOrComplain(const std::string &path, const char *mode) {
   if (open_file(path, mode) == 0) return true;
-  return complain("Unable to open file '%s': %s\n", path_.c_str(), reason_.c_str());
+  tellWrong(howItFailed(), "Unable to open file '%s': %s\n", path_.c_str(), reason_.c_str());
+  return false;
+}
+
+Outcome CommandFile::howItFailed() const {
+  if (error_ == 0 || error_ == EISDIR) return Outcome::Usage;
+  return error_ == ENOENT || error_ == ENOTDIR ? Outcome::NotFound : failureOfPlatform(error_).outcome;
 }
 
 size_t CommandFile::get_file_length() {
@@ -73,13 +85,14 @@ size_t CommandFile::read_file(void *buffer, size_t bytes) {
 
 bool CommandFile::write_file(const void *buffer, size_t bytes) {
   if (bytes == 0) return isOpen();  // there may be no buffer then
-  return file_ && (std::fwrite(buffer, 1, bytes, file_.get()) == bytes || complainWrite());
+  return file_ && (std::fwrite(buffer, 1, bytes, file_.get()) == bytes || tellUnwritten());
 }
 
-bool CommandFile::close_file() { return !file_ || std::fclose(file_.release()) == 0 || complainWrite(); }
+bool CommandFile::close_file() { return !file_ || std::fclose(file_.release()) == 0 || tellUnwritten(); }
 
-bool CommandFile::complainWrite() const {
-  return complain("Unable to write file '%s': %s\n", path_.c_str(), std::strerror(errno));
+bool CommandFile::tellUnwritten() const {
+  tellWrong(Outcome::Failed, "Unable to write file '%s': %s\n", path_.c_str(), std::strerror(errno));
+  return false;
 }
 
 }  // namespace trx

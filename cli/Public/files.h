@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "Public/outcome.h"
+
 namespace trx {
 
 /// A path as an option gives it: the text between double quotes when it begins with one (up to the
@@ -21,7 +23,7 @@ class CommandFile {
   /// @return 0, or 1, and `reason` tells why
   int open_file(const std::string &path, const char *mode);
 
-  /// open_file; prints "Unable to open file '%s': %s\n" on `stream` when that fails.
+  /// open_file; prints "Unable to open file '%s': %s\n" on `stream` when that fails, and tells how.
   bool openOrComplain(const std::string &path, const char *mode);
 
   bool isOpen() const { return file_ != nullptr; }
@@ -29,6 +31,9 @@ class CommandFile {
   /// The path that was opened last, without its quotes, and why it could not be.
   const std::string &path() const { return path_; }
   const std::string &reason() const { return reason_; }
+
+  /// How that counts: a file that is not there, one that the user may not open, one that is none.
+  Outcome howItFailed() const;
 
   /// Bytes in the file; 0 when none is open.
   size_t get_file_length();
@@ -43,13 +48,14 @@ class CommandFile {
   bool close_file();
 
  private:
-  bool complainWrite() const;
+  bool tellUnwritten() const;
 
   struct Close {
     void operator()(std::FILE *file) const { std::fclose(file); }
   };
   std::unique_ptr<std::FILE, Close> file_;
   std::string path_, reason_;
+  int error_ = 0;  ///< errno; 0 for a file that can be opened and is none
 };
 
 }  // namespace trx

@@ -4,8 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdarg>
 
 #include "Public/common.h"
+#include "Public/exchange.h"
+#include "Public/report.h"
 
 namespace trx {
 namespace {
@@ -15,18 +18,34 @@ struct TextPrinter {
   int width;
   const char *label;
 
+  void operator()(Nothing) const { text(""); }
+  void operator()(bool flag) const { text(flag ? "Yes" : "No"); }
   void operator()(int64_t number) const { std::fprintf(out, "%-*s %ld\n", width, label, number); }
+  // Signed here, as it has always been shown.
+  void operator()(uint64_t number) const { (*this)(static_cast<int64_t>(number)); }
+  void operator()(const std::string &value) const { text(value.c_str()); }
   void operator()(Hex hex) const { std::fprintf(out, "%-*s 0x%x\n", width, label, hex.value); }
-  void operator()(Gibibytes size) const {
-    std::fprintf(out, "%-*s %lld G\n", width, label, static_cast<long long>(size.bytes >> 30));
+  void operator()(Capacity size) const {
+    std::fprintf(out, "%-*s %lld G\n", width, label,
+                 static_cast<long long>(size.sectors * size.sectorBytes >> 30));
   }
-  void operator()(YesNo flag) const { text(flag.value ? "Yes" : "No"); }
-  void operator()(const Words &words) const {
+  void operator()(Enumerated value) const { text(value.word); }
+  void operator()(const Flags &flags) const {
     std::string line;
-    for (const std::string &word : words.values) line += word + " ";
+    for (const std::string &word : flags.words) line += word + " ";
     text(line.c_str());
   }
-  void operator()(const std::string &value) const { text(value.c_str()); }
+  void operator()(DeviceField field) const {
+    text(skipBlanks(deviceText(field.bytes), field.leadingBlanks).c_str());
+  }
+  void operator()(const Counter &counter) const { text(digitsOf(counter).c_str()); }
+  void operator()(Bytes) const { text(""); }
+  void operator()(const Numbers &numbers) const {
+    std::string line;
+    for (int64_t number : numbers.values) line += std::to_string(number) + " ";
+    text(line.c_str());
+  }
+  void operator()(const Shown &shown) const { text(shown.text.c_str()); }
 
   void text(const char *value) const { std::fprintf(out, "%-*s %s\n", width, label, value); }
 };
@@ -40,8 +59,60 @@ bool writesToTerminal() { return isatty(streamDescriptor) == 1; }
 
 }  // namespace
 
-void printText(std::FILE *out, int labelWidth, const Row &row) {
-  std::visit(TextPrinter{out, labelWidth, row.label}, row.value);
+void printText(std::FILE *out, int labelWidth, const char *label, const Value &value) {
+  std::visit(TextPrinter{out, labelWidth, label}, value);
+}
+
+Listing::Listing(int labelWidth) : labelWidth_(labelWidth), answered_(!lastFailure()) {
+  if (gathersFacts()) object_ = data();
+}
+
+Listing::Listing(int labelWidth, const char *array) : labelWidth_(labelWidth), answered_(!lastFailure()) {
+  if (gathersFacts()) object_ = data().append(array);
+}
+
+void Listing::row(const char *label, const char *key, const Value &value) {
+  text(label, value);
+  fact(key, value);
+}
+
+void Listing::text(const char *label, const Value &value) {
+  if (!object_) printText(stream, labelWidth_, label, value);
+}
+
+void Listing::fact(const char *key, const Value &value) {
+  if (object_) object_->put(key, value, answered_);
+}
+
+void Listing::error(const Failure &failure) {
+  if (object_ && failure) object_->put("error", failure);
+}
+
+void Listing::blankLine() {
+  if (!object_) std::fputc('\n', stream);
+}
+
+void listed(const char *key, const Value &value, const char *format, ...) {
+  if (gathersFacts()) return data().put(key, value, !lastFailure());
+  va_list arguments;
+  va_start(arguments, format);
+  std::vfprintf(stream, format, arguments);
+  va_end(arguments);
+}
+
+void heading(const char *format, ...) {
+  if (gathersFacts()) return;
+  va_list arguments;
+  va_start(arguments, format);
+  std::vfprintf(stream, format, arguments);
+  va_end(arguments);
+}
+
+void listUnread(const char *array, int id, const Failure &failure) {
+  if (!gathersFacts()) return;
+  Object object = data().append(array);
+  object.put("id", int64_t{id});
+  object.put("error", failure);
 }
 
 std::string deviceText(std::span<const uint8_t> field) {

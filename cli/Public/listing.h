@@ -1,56 +1,58 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Listings are rows of a label, a key and a typed value; a printer renders a row when it is added.
-// Text is the only printer: scripts have been reading these labels and widths for years.
+// Listings are rows of a label, a key and a typed value. People see the labels and widths that scripts have
+// been reading for years, machines the keys.
 #ifndef TRX_CLI_LISTING_H
 #define TRX_CLI_LISTING_H
 
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <span>
 #include <string>
-#include <variant>
-#include <vector>
+
+#include "Public/document.h"
+#include "Public/value.h"
 
 namespace trx {
 
-struct Hex {
-  uint32_t value;
-};
-struct Gibibytes {
-  uint64_t bytes;  ///< shown in whole GiB, rounded down
-};
-struct YesNo {
-  bool value;
-};
-struct Words {
-  std::vector<std::string> values;  ///< shown with a blank after each
-};
-
-using Value = std::variant<int64_t, Hex, Gibibytes, YesNo, Words, std::string>;
-
-struct Row {
-  const char *label;  ///< for people, as printed
-  const char *key;    ///< for machines
-  Value value;
-};
-
 /// Print a row as "%-*s %ld\n", "%-*s %s\n" and their like.
-void printText(std::FILE *out, int labelWidth, const Row &row);
+void printText(std::FILE *out, int labelWidth, const char *label, const Value &value);
 
-/// A block of rows with one label width.
+/// A block of rows with one label width: printed on `stream` or, where facts are gathered, put into an object
+/// of the document. When the request before it was not answered, all its facts are null.
 class Listing {
  public:
-  Listing(std::FILE *out, int labelWidth) : out_(out), labelWidth_(labelWidth) {}
+  /// Of facts of the line itself.
+  explicit Listing(int labelWidth);
+  /// Of one object of a kind; `array` is the key of that kind.
+  Listing(int labelWidth, const char *array);
 
-  void row(const char *label, const char *key, Value value) {
-    printText(out_, labelWidth_, {label, key, std::move(value)});
-  }
-  void blankLine() { std::fputc('\n', out_); }
+  /// A row for people and for machines.
+  void row(const char *label, const char *key, const Value &value);
+  /// A row for people alone, whose facts are told apart.
+  void text(const char *label, const Value &value);
+  /// A fact for machines alone.
+  void fact(const char *key, const Value &value);
+  /// What hindered the reading of a part of the object.
+  void error(const Failure &failure);
+  /// The object of the facts; null where none are gathered. Another one of its kind ends it.
+  Object *object() { return object_ ? &*object_ : nullptr; }
+  void blankLine();
 
  private:
-  std::FILE *out_;
   int labelWidth_;
+  std::optional<Object> object_;
+  bool answered_;
 };
+
+/// A line of a listing with a form of its own: printed as it is, or put into `data`.
+[[gnu::format(printf, 3, 4)]] void listed(const char *key, const Value &value, const char *format, ...);
+
+/// Text of a listing that holds no fact, such as its heading: printed for people only.
+[[gnu::format(printf, 1, 2)]] void heading(const char *format, ...);
+
+/// An object that would not be read, with its id and the reason.
+void listUnread(const char *array, int id, const Failure &failure);
 
 /// A text field of a device record: up to its end or the first NUL. On a terminal, control bytes
 /// other than line feed and tab become "?", so that a device cannot steer it.

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "Public/common.h"
+#include "Public/exchange.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -32,8 +33,7 @@ TRX_U32 readNamespaces(TRX_U8 adapter, const ControllerRequest &request,
 }
 
 TRX_U32 identify(TRX_U8 adapter, TRX_U32 nsid, TRX_U32 cns, Page &page) {
-  return TRX_Adapter_Admin(adapter, TRX_NVME_IDENTIFY, nsid, &cns, 1, nullptr, 0, page.bytes,
-                           sizeof page.bytes);
+  return sendAdmin(adapter, TRX_NVME_IDENTIFY, nsid, {&cns, 1}, {}, page.bytes);
 }
 
 }  // namespace

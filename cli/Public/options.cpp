@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Public/getopt.h"
+#include "Public/report.h"
 
 namespace trx::detail {
 namespace {
@@ -61,7 +62,10 @@ Parsed parseOptions(int argc, char **argv, const Command_Info *row, std::span<co
     int code = getopt_long(argc, argv, letters.c_str(), names.data(), nullptr);
     if (code == -1) return Parsed::Complete;
     if (code == kOutputCode) continue;
-    if (code == '?') return Parsed::ParserError;
+    if (code == '?') {
+      noteUsage();
+      return Parsed::ParserError;
+    }
     Parsed step = Parsed::Help;
     for (size_t i = 0; i < shapes.size(); ++i) {
       if (shapes[i].code == code) {
@@ -70,7 +74,11 @@ Parsed parseOptions(int argc, char **argv, const Command_Info *row, std::span<co
         break;
       }
     }
-    if (step == Parsed::Help) printHelp(row);
+    if (step == Parsed::Help) {
+      // A letter that is answered with the help, and is not -h, is a wrong one.
+      if (code != 'h') noteUsage();
+      answerHelp(row);
+    }
     if (step != Parsed::Complete) return step;
   }
 }

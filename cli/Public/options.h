@@ -154,10 +154,7 @@ template <typename Options, size_t N>
 std::optional<int32_t> readOptions(int argc, char **argv, const Command_Info *row,
                                    const OptionRow<Options> (&rows)[N], Options &into, int32_t onError,
                                    ParserErrorHelp help = ParserErrorHelp::No) {
-  if (argc == 1) {
-    printHelp(row);
-    return 1;
-  }
+  if (argc == 1) return helpForNoWords(row);
   switch (parseOptions(argc, argv, row, rows, into)) {
     case Parsed::Complete:
       return std::nullopt;

@@ -5,11 +5,21 @@
 #include <cstdio>
 
 #include "Public/common.h"
+#include "Public/exchange.h"
+#include "Public/report.h"
 
 namespace trx {
 
+namespace {
+constexpr TRX_U8 kSignature[3] = {'T', 'R', 'X'};
+}
+
+Failure ControllerReply::failure() const {
+  const bool isSigned = std::memcmp(page_.bytes, kSignature, sizeof kSignature) == 0;
+  return isSigned ? failureOfFirmware(cmdStatus()) : senselessAnswer();
+}
+
 bool ControllerReply::isSigned() const {
-  static constexpr TRX_U8 kSignature[3] = {'T', 'R', 'X'};
   const TRX_U8 *got = page_.bytes;
   if (std::memcmp(got, kSignature, sizeof kSignature) == 0) return true;
   if (dbg_enable) {
@@ -55,17 +65,21 @@ const ControllerRequest &ControllerRequest::trace() const {
   return *this;
 }
 
-TRX_U32 ControllerRequest::send(TRX_U8 adapter) const {
-  return TRX_Adapter_PassthruAdmin(adapter, &record_, nullptr, 0, nullptr, 0);
-}
+TRX_U32 ControllerRequest::send(TRX_U8 adapter) const { return sendPassthru(adapter, record_, {}, {}); }
 
 TRX_U32 ControllerRequest::give(TRX_U8 adapter, const void *data, TRX_U16 length) const {
-  return TRX_Adapter_PassthruAdmin(adapter, &record_, data, length, nullptr, 0);
+  return sendPassthru(adapter, record_, {static_cast<const TRX_U8 *>(data), length}, {});
 }
 
 TRX_U32 ControllerRequest::fetch(TRX_U8 adapter, Page &page, TRX_U16 length) const {
   page = {};
-  return TRX_Adapter_PassthruAdmin(adapter, &record_, nullptr, 0, page.bytes, length);
+  return sendPassthru(adapter, record_, {}, std::span(page.bytes).first(length));
+}
+
+TRX_U32 ControllerRequest::fetch(TRX_U8 adapter, ControllerReply &reply) const {
+  TRX_U32 status = fetch(adapter, reply.page_);
+  noteReply(reply.failure());
+  return status;
 }
 
 TRX_U32 ControllerRequest::ask(TRX_U8 adapter, ControllerReply &reply) const {
@@ -76,7 +90,11 @@ TRX_U32 ControllerRequest::ask(TRX_U8 adapter, ControllerReply &reply) const {
 
 int32_t sendAndTell(const ControllerRequest &request, const OutcomeLines &lines, const char *word) {
   TRX_U32 status = request.trace().send(gCurrentAdapter);
-  std::fprintf(stream, status == 0 ? lines.success : lines.failure, word);
+  if (status == 0) {
+    tell(lines.success, word);
+  } else {
+    tellFailed(lines.failure, word);
+  }
   return static_cast<int32_t>(status);
 }
 

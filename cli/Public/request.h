@@ -7,6 +7,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "Public/outcome.h"
 #include "trx/trx_api.h"
 
 namespace trx {
@@ -38,6 +39,9 @@ class ControllerReply {
 
   /// Whether the reply begins with "TRX"; the debug trace shows one that does not.
   bool isSigned() const;
+
+  /// What the head of the reply tells.
+  Failure failure() const;
 
   /// Bytes of the payload, from byte 8 of the reply.
   const TRX_U8 *payload() const { return page_.bytes + kPayloadOffset; }
@@ -82,8 +86,9 @@ class ControllerRequest {
   /// Clear the page and fetch up to a page of data into it. @return the library's status
   TRX_U32 fetch(TRX_U8 adapter, Page &page, TRX_U16 length = TRX_PAGE_SIZE) const;
 
-  /// The same for a reply of a controller function, which is not looked at.
-  TRX_U32 fetch(TRX_U8 adapter, ControllerReply &reply) const { return fetch(adapter, reply.page_); }
+  /// The same for a reply of a controller function. What its head tells counts for the outcome of the line,
+  /// not for the status.
+  TRX_U32 fetch(TRX_U8 adapter, ControllerReply &reply) const;
 
   /// `trace`, `fetch` and a check of the reply, each traced.
   /// @return 0; 1 when the reply is not signed, which includes a failed transfer; else the

@@ -233,13 +233,18 @@ TEST(InfoPrinters, ReadEveryFieldOfADisk) {
   }
 }
 
+Listing &listing() {
+  static Listing volumes(kVolumeWidth, kVolumes);
+  return volumes;
+}
+
 TEST(InfoPrinters, ReadEveryFieldOfAVolumeAndANamespace) {
   NVME_VD_Info volume{};
   volume.ID = 0x102, volume.Importable = 1, volume.MemberCount = 3, volume.LBA.value = 0x10000000, volume.NumParityDisk = 2, volume.SectorSize = 4096;
   volume.PDIDs[0] = 0x105, volume.PDIDs[1] = 0xFFFF, volume.PDIDs[2] = 255, volume.PDIDs[3] = 9;
   std::memcpy(volume.Name, "name", 4);
   volume.RaidMode = TRX_RAID_MODE_6, volume.StripBlockSize = 2048;
-  auto print = [&] { LD_PrintInfo(volume); };
+  auto print = [&] { LD_PrintInfo(listing(), volume); };
   EXPECT_EQ(printed("", print), "VD ID|258|Name|name|Status|Functional|Importable|Yes|RAID Mode|RAID6|size|1024 G|PD Count|3|PDs|261 ? 255 |"
                                 "Parity Disk Number|2|Stripe Block Size|Unknown|Sector Size|4096 bytes|");
   const char *const words[] = {"Functional", "Degrade", "Deleted", "Missing", "Offline", "Partially Optimal", "Foreign", "Importable",
@@ -251,7 +256,7 @@ TEST(InfoPrinters, ReadEveryFieldOfAVolumeAndANamespace) {
   const char *const activities[] = {"unknown BGA action", "Initializing", "Initializing", "Rebuilding", "Synchronizing", "Migrating",
                                     "unknown BGA action", "Media Patrol", "unknown BGA action"};
   for (TRX_U8 type = 0; type < std::size(activities); ++type) {
-    EXPECT_EQ(outputOf([&] { VD_PrintBGAStatus({9, type, 8, 42, TRX_NVME_BGA_STATUS_RUNNING, {7}}); }),
+    EXPECT_EQ(outputOf([&] { VD_PrintBGAStatus(listing(), {9, type, 8, 42, TRX_NVME_BGA_STATUS_RUNNING, {7}}); }),
               "BGA progress:        " + std::string(activities[type]) + " is running in 42%\n");
   }
 
@@ -292,11 +297,11 @@ TEST(InfoPrinters, BoundWhatADeviceSays) {
   volume.Status = 12;
   volume.Importable = 2;
   std::fill(std::begin(volume.Name), std::end(volume.Name), 'n');
-  const std::string out = outputOf([&] { LD_PrintInfo(volume); });
+  const std::string out = outputOf([&] { LD_PrintInfo(listing(), volume); });
   EXPECT_THAT(out, AllOf(HasSubstr(block(21, "Name|nnnnnnnnnnnnnnnn|Status|N/A|Importable|No|RAID Mode|RAID60|")), EndsWith("Parity Disk Number:  2\nStripe Block Size:   512K\n")));
   EXPECT_EQ(std::count(out.begin(), out.end(), '0'), 32 + 2 + 1) << "32 members, whatever the count says";
-  EXPECT_EQ(outputOf([] { VD_PrintBGAStatus({0, TRX_NVME_BGA_TYPE_VD_MEDIAPATROL, 0, 255, TRX_NVME_BGA_STATUS_PAUSE, {}}); }), "BGA progress:        Media Patrol is pause in 255%\n");
-  EXPECT_EQ(outputOf([] { VD_PrintBGAStatus({0, TRX_NVME_BGA_TYPE_VD_REBUILD, 0, 1, 3, {}}); }), "");
+  EXPECT_EQ(outputOf([] { VD_PrintBGAStatus(listing(), {0, TRX_NVME_BGA_TYPE_VD_MEDIAPATROL, 0, 255, TRX_NVME_BGA_STATUS_PAUSE, {}}); }), "BGA progress:        Media Patrol is pause in 255%\n");
+  EXPECT_EQ(outputOf([] { VD_PrintBGAStatus(listing(), {0, TRX_NVME_BGA_TYPE_VD_REBUILD, 0, 1, 3, {}}); }), "");
 }
 
 // clang-format on

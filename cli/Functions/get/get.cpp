@@ -7,16 +7,16 @@
 namespace trx {
 namespace {
 
-const char *rateWord(TRX_U8 rate) {
+Enumerated rateOf(TRX_U8 rate) {
   switch (rate) {
     case TRX_BGA_RATE_HIGH:
-      return "High";
+      return {"High", rate};
     case TRX_BGA_RATE_MEDIUM:
-      return "Medium";
+      return {"Medium", rate};
     case TRX_BGA_RATE_LOW:
-      return "Low";
+      return {"Low", rate};
     default:
-      return "Unknown";
+      return {"Unknown", rate};
   }
 }
 
@@ -28,10 +28,11 @@ ControllerRequest configRequest() {
 }
 
 void hbaGet_printf(TRX_U8 index, const NVME_Adapter_Config &config) {
-  Listing listing(stream, 24);
-  listing.row("NVMe Controller Index:", "index", userCounting(index));
-  listing.row("Auto Rebuild:", "auto_rebuild", config.AutoRebuildOn == 1 ? "on" : "off");
-  listing.row("BGA Rate:", "bga_rate", rateWord(config.BGARate));
+  const bool autoRebuild = config.AutoRebuildOn == 1;
+  Listing listing(24, "settings");
+  listing.row("NVMe Controller Index:", "id", int64_t{userCounting(index)});
+  listing.row("Auto Rebuild:", "auto_rebuild", Shown{autoRebuild ? "on" : "off", autoRebuild});
+  listing.row("BGA Rate:", "bga_rate", rateOf(config.BGARate));
   listing.blankLine();
 }
 

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/help/help.h"
 
+#include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "Functions/commandTables.h"
 #include "Functions/handlers.h"
 #include "Public/getopt.h"
 #include "Public/options.h"
+#include "Public/report.h"
+#include "trx/trx_api.h"
 
 namespace trx {
 
@@ -53,23 +57,64 @@ Examples:
     trx_cli 1 info -o pd
 )";
 
+constexpr char machine_help[] = R"(
+For scripts and monitors:
+    trx_cli [<Adapter ID>] [--json] [--strict] [--dry-run] [--expect <KEY=VALUE>[,<KEY=VALUE>...]] [<COMMAND> <OPTIONS>]
+
+    --json      One line of JSON, whatever happens. Without a command: a line for each
+                line of standard input.
+    --strict    The exit status is the outcome, see below.
+    --dry-run   What changes something is shown and not sent.
+    --expect    Change an object only if it is what is expected, such as name=logs.
+
+Own commands:
+    health      State of all NVMe Controllers, as monitors want it
+    metrics     The same as metrics for a textfile collector
+    wait        Wait until background activities end
+    watch       Follow the event journal
+
+Outcomes, the exit statuses of --strict, --json and the own commands:
+    0 ok            Everything that was asked for was done or answered
+    1 refused       The controller or a disk refused or failed it
+    2 usage         The line, or the content of a file, will not do
+    3 not_found     No such adapter, object or input file, or no controller at all
+    4 denied        The user may not use the controller, a semaphore or a file
+    5 failed        Platform, driver or transport, an answer that makes no sense, a file
+                    that cannot be written, interrupted
+    6 guarded       --expect did not hold, and nothing was sent
+    7 partial       A listing without some of its objects
+    8 timed_out     wait gave up
+)";
+
 void printTopic(const char *word) {
   // Whole words in their own case only: neither abbreviations nor hidden commands have a page.
   for (uint16_t i = 0; i < cmdTableSize; ++i) {
-    if (std::strcmp(pCmdTable[i].cmd, word) == 0) return printHelp(&pCmdTable[i]);
+    if (std::strcmp(pCmdTable[i].cmd, word) == 0) return answerHelp(&pCmdTable[i]);
   }
-  std::fprintf(stream, "No help available for '%s'\n", word);
+  complain("No help available for '%s'\n", word);
+}
+
+std::string overview() {
+  std::string text = short_help;
+  for (uint16_t i = 0; i < cmdTableSize; ++i) {
+    std::string word = pCmdTable[i].cmd;
+    word.resize(std::max(word.size(), size_t{18}), ' ');
+    text += word + " " + pCmdTable[i].cmdShortHelp + "\n";
+  }
+  return text + non_shell_help + "\n";
+}
+
+void answer(const std::string &text) {
+  std::fputs(text.c_str(), stream);
+  tellText(text);
 }
 
 }  // namespace
 
-void printOverview() {
-  std::fputs(short_help, stream);
-  for (uint16_t i = 0; i < cmdTableSize; ++i) {
-    std::fprintf(stream, "%-*s %s\n", 18, pCmdTable[i].cmd, pCmdTable[i].cmdShortHelp);
-  }
-  std::fputs(non_shell_help, stream);
-  std::fputc('\n', stream);
+void answerOverview() { answer(overview() + machine_help); }
+
+void answerVersions() {
+  answer(std::string("CLI Version: ") + CLI_VERSION + "\nAPI Version: " + TRX_Get_Version() + "\n");
 }
 
 constexpr OptionList help_options = {0, nullptr, generalCommandWord};
@@ -80,7 +125,7 @@ int32_t doHelp(int argc, char **argv, const Command_Info *row) {
     if (end == Parsed::ParserError) printHelp(row);
     return 0;
   }
-  if (optind >= argc) printOverview();
+  if (optind >= argc) answer(overview());
   for (int i = optind; i < argc; ++i) printTopic(argv[i]);
   return 0;
 }

@@ -4,11 +4,11 @@
 
 namespace trx {
 
-/// All listed commands in brief, as `help` shows them.
-void printOverview();
+/// All listed commands in brief, as `help` shows them, and what scripts and monitors have besides.
+void answerOverview();
 
 /// The lines "CLI Version: %s\nAPI Version: %s\n".
-void printVersions();
+void answerVersions();
 
 }  // namespace trx
 

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Printers of the controller's records, one block each, on `stream`. Text widths and labels are read
-// by scripts.
+// Printers of the controller's records, one block each, on `stream` or into the document. Text widths and
+// labels are read by scripts, and so are the keys.
 #ifndef TRX_CLI_INFO_H
 #define TRX_CLI_INFO_H
 
+#include <vector>
+
+#include "Public/listing.h"
 #include "trx/trx_records.h"
 
 namespace trx {
@@ -16,17 +19,22 @@ void complainIdentify();
 void Adapter_PrintInfo(TRX_U8 adapter, const NVME_Adapter_Info &info);
 
 /// The physical disk block, 23 wide; JBOF adapters also tell whether the disk can be imported.
-void HD_PrintInfo(const NVME_PD_Info &disk, bool raidMode);
+/// @param volumes in which machines are told that the disk is a member
+void HD_PrintInfo(const NVME_PD_Info &disk, bool raidMode, const std::vector<NVME_VD_Info> &volumes = {});
 
-/// The virtual disk block, 20 wide.
-void LD_PrintInfo(const NVME_VD_Info &volume);
+/// The label width of a virtual disk, and the key of those of a kind.
+inline constexpr int kVolumeWidth = 20;
+inline constexpr char kVolumes[] = "virtual_disks";
+
+/// The virtual disk block, without its activity.
+void LD_PrintInfo(Listing &listing, const NVME_VD_Info &volume);
 
 /// One line on the running or paused activity of a virtual disk; nothing when there is none.
-void VD_PrintBGAStatus(const NVME_BGA_Status &activity);
+void VD_PrintBGAStatus(Listing &listing, const NVME_BGA_Status &activity);
 
 /// The namespace block, 20 wide, with an empty line at its end. Asks the current adapter for the EUI-64,
-/// likewise.
-void NS_PrintInfo(const NVME_NS_Info &ns, bool raidMode);
+/// likewise. @return whether it was told
+bool NS_PrintInfo(const NVME_NS_Info &ns, bool raidMode);
 
 }  // namespace trx
 

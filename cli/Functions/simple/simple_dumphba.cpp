@@ -3,6 +3,7 @@
 #include "Public/files.h"
 #include "Public/listing.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -46,23 +47,25 @@ constexpr OptionRow<Options> kOptions[] = {
 };
 // clang-format on
 
-const char *onOff(TRX_U32 value) { return value != 0 ? "On" : "Off"; }
+Shown onOff(TRX_U32 value) { return {value != 0 ? "On" : "Off", value != 0}; }
 
 void printSwitches(const Page &data) {
   const TRX_U8 *byte = data.bytes;
-  Listing listing(stream, 32);
-  std::fputs("\n\n", stream);
+  Listing listing(32);
+  heading("\n\n");
   listing.row("KXF Function:", "kxf", onOff(byte[449]));
   listing.row("SRIOV Function:", "sriov", onOff(byte[450]));
-  listing.row("Debug message in SPI:", "spiLog", onOff(byte[448]));
-  listing.row("MI-VPD buffer switch:", "vpdTarget", byte[451] != 0 ? "SPI" : "EEPROM");
-  listing.row("Debug Level:", "debugLevel", byte[488] != 0 ? "Error only" : "Normal");
-  listing.row("[GPIO Feature]", "gpio", "");
-  listing.row("  Function Switch:", "gpioFunctionSwitch", Hex{data.at<TRX_U32>(64)});
-  listing.row("  Level:", "gpioLevel", Hex{data.at<TRX_U32>(68)});
-  listing.row("  Value:", "gpioValue", Hex{data.at<TRX_U32>(72)});
-  listing.row("  Set Default:", "gpioSetDefault", onOff(data.at<TRX_U32>(76)));
-  std::fputs("\n\n", stream);
+  listing.row("Debug message in SPI:", "spi_log", onOff(byte[448]));
+  listing.row("MI-VPD buffer switch:", "vpd_target",
+              Enumerated{byte[451] != 0 ? "SPI" : "EEPROM", byte[451]});
+  listing.row("Debug Level:", "debug_level", Enumerated{byte[488] != 0 ? "Error only" : "Normal", byte[488]});
+  listing.text("[GPIO Feature]", Nothing{});
+  listing.row("  Function Switch:", "gpio_function_switch", Hex{data.at<TRX_U32>(64)});
+  listing.row("  Level:", "gpio_level", Hex{data.at<TRX_U32>(68)});
+  listing.row("  Value:", "gpio_value", Hex{data.at<TRX_U32>(72)});
+  listing.row("  Set Default:", "gpio_set_default", onOff(data.at<TRX_U32>(76)));
+  listing.fact("information", Bytes{data.bytes});
+  heading("\n\n");
 }
 
 }  // namespace
@@ -75,7 +78,7 @@ int32_t doSDUMPHBA(int argc, char **argv, const Command_Info *row) {
   if (anyRepeated(o.outputFile, o.action)) return complainDuplicate();
   CommandFile file;
   if (o.outputFile.given() && file.open_file(o.outputFile.value, "wb") != 0) {
-    std::fputs("File is not exist.\n", stream);
+    tellWrong(file.howItFailed(), "File is not exist.\n");
     return 0;
   }
 
@@ -85,12 +88,12 @@ int32_t doSDUMPHBA(int argc, char **argv, const Command_Info *row) {
       ControllerRequest::function(0xE0, 0x0F).set(10, 0x3FF).trace().fetch(gCurrentAdapter, data);
   if (status != 0) {
     // Zero-based also for those who count from 1; scripts know the line.
-    std::fprintf(stream, "\nUnable to dump NVMe Controller info from NVMe Controller %d\n", gCurrentAdapter);
+    tellFailed("\nUnable to dump NVMe Controller info from NVMe Controller %d\n", gCurrentAdapter);
     return static_cast<int32_t>(status);
   }
   printSwitches(data);
   if (file.isOpen() && !(file.write_file(data.bytes, sizeof data.bytes) && file.close_file())) return 1;
-  std::fputs("cmd success\n", stream);
+  tell("cmd success\n");
   return 0;
 }
 

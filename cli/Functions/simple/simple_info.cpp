@@ -6,6 +6,7 @@
 #include "Public/numbers.h"
 #include "Public/objects.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -89,7 +90,7 @@ int64_t objectId(const Options &o) {
   int64_t id = zeroBased(o.id.value);
   // It complains and goes on with the id cut to its width: the listing then says that there is no such
   // object.
-  if (id < 0) std::fputs("-i : id should be a number\n", stream);
+  if (id < 0) complain("-i : id should be a number\n");
   return id;
 }
 
@@ -113,7 +114,7 @@ int32_t list(const Options &o) {
       }
       break;
     case Object::None:
-      std::fputs("\nInvalid object.\n", stream);
+      complain("\nInvalid object.\n");
       break;
   }
   return 0;
@@ -127,7 +128,7 @@ TRX_U32 TRX_Adapter_GetSimpleInfo(TRX_U8 adapter, NVME_Adapter_Info *out) {
   ControllerReply reply;
   TRX_U32 status = ControllerRequest::function(0xE0, 0).fetch(adapter, reply);
   if (status != 0) {
-    std::fputs("\nUnable to get info of NVMe Controller\n", stream);
+    tellFailed("\nUnable to get info of NVMe Controller\n");
     return status;
   }
   *out = reply.record<NVME_Adapter_Info>();
@@ -142,10 +143,7 @@ int32_t doSInfo(int argc, char **argv, const Command_Info *row) {
   Options o;
   Parsed end = parseOptions(argc, argv, row, kOptions, o);
   if (end == Parsed::Help) return 0;
-  if (argc == 1) {
-    printHelp(row);
-    return 1;
-  }
+  if (argc == 1) return helpForNoWords(row);
   if (anyRepeated(o.object, o.id, o.view, o.vd)) {
     complainDuplicate();
     return 1;

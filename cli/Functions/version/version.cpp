@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/handlers.h"
-#include "Functions/help/help.h"
+#include "Public/listing.h"
 #include "Public/options.h"
 #include "trx/trx_api.h"
 
@@ -27,10 +27,6 @@ constexpr OptionRow<Options> kOptions[] = {{nullptr, 'i', Argument::Required, nu
 
 }  // namespace
 
-void printVersions() {
-  std::fprintf(stream, "CLI Version: %s\nAPI Version: %s\n", CLI_VERSION, TRX_Get_Version());
-}
-
 constexpr OptionList version_options = optionList<kOptions>();
 
 int32_t doVersion(int argc, char **argv, const Command_Info *row) {
@@ -38,8 +34,10 @@ int32_t doVersion(int argc, char **argv, const Command_Info *row) {
   Parsed end = parseOptions(argc, argv, row, kOptions, none);
   if (end == Parsed::Help) return 0;
   if (end != Parsed::Complete) return 1;
-  std::fprintf(stream, "Support Firmware Version: 1.0.%d.1029 above\n", 0);
-  printVersions();
+  listed("supported_firmware_version", std::string("1.0.0.1029"),
+         "Support Firmware Version: 1.0.%d.1029 above\n", 0);
+  listed("cli_version", std::string(CLI_VERSION), "CLI Version: %s\n", CLI_VERSION);
+  listed("api_version", std::string(TRX_Get_Version()), "API Version: %s\n", TRX_Get_Version());
   return 0;
 }
 

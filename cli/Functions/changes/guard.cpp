@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Functions/changes/guard.h"
+
+#include <algorithm>
+
+#include "Functions/changes/objects.h"
+#include "Public/common.h"
+#include "Public/listing.h"
+#include "Public/report.h"
+
+namespace trx {
+namespace {
+
+using Expectations = std::vector<std::pair<std::string, std::string>>;
+
+bool gChecked = false;  ///< the guard of this line was asked, and held
+bool gLooking = false;  ///< the guard's own reads go on
+
+class Looking {
+ public:
+  Looking() { gLooking = true; }
+  ~Looking() { gLooking = false; }
+};
+
+[[noreturn]] void endLine() { throw LineEnds{}; }
+
+/// Hold one object against what is expected of it.
+void hold(const Target &target, const Expectations &expectations) {
+  Document document;
+  const Failure failure = gatherObject(target, document);
+  const std::string name = nameOf(target);
+  if (failure) {
+    note(failure);
+    tellFailed("%s could not be looked at: %s. Nothing was sent.\n", name.c_str(), textOf(failure));
+    endLine();
+  }
+  Object object = document.root();
+  for (const auto &[key, value] : expectations) {
+    switch (object.match(key, value)) {
+      case Object::Match::Equal:
+        break;
+      case Object::Match::UnknownKey:
+        complain("trx_cli: --expect: %s has no %s\n", name.c_str(), key.c_str());
+        endLine();
+      case Object::Match::Different:
+        if (gathersFacts()) {
+          Object found = data().append("found");
+          found.put("object", name);
+          found.put("key", key);
+          found.put("expected", value);
+          found.put("value", object.typed(key));
+        }
+        tellWrong(Outcome::Guarded, "%s: %s is '%s', not '%s'. Nothing was sent.\n", name.c_str(),
+                  key.c_str(), object.typed(key).c_str(), value.c_str());
+        endLine();
+    }
+  }
+}
+
+void checkGuard(const std::vector<Wire> &wires) {
+  if (!gLine.expect || gChecked) return;
+  const Looking looking;
+  Expectations expectations;
+  if (!readExpectations(*gLine.expect, expectations)) {
+    complain("trx_cli: --expect wants KEY=VALUE[,KEY=VALUE]\n");
+    endLine();
+  }
+  for (const Wire &wire : wires) {
+    const RequestRow *row = rowOf(wire);
+    for (const Target &target : row ? row->targets(wire) : std::vector<Target>{}) hold(target, expectations);
+  }
+  gChecked = true;
+}
+
+/// The dwords that are not 0, in the form of the debug trace.
+void showDwords(const Wire &wire) {
+  for (unsigned i = 0; i < wire.cdw.size(); ++i) {
+    if (i == 0 || wire.cdw[i] != 0)
+      heading(i < 10 ? "CDW[%u] : 0x%08x\n" : "CDW[%u]: 0x%08x\n", i, wire.cdw[i]);
+  }
+}
+
+void showData(const Wire &wire) {
+  constexpr size_t kShown = 16;
+  if (wire.data.empty()) return;
+  heading("Data: %zu bytes:", wire.data.size());
+  for (size_t i = 0; i < std::min(kShown, wire.data.size()); ++i) heading(" %02x", wire.data[i]);
+  heading(wire.data.size() > kShown ? " ...\n" : "\n");
+}
+
+void show(const Wire &wire) {
+  const RequestRow *row = rowOf(wire);
+  const char *name = row ? row->name : "Unknown request";
+  const char *device = TRX_Adapter_GetDevicePath(wire.adapter);
+  std::vector<std::string> losses;
+  if (row && row->loss) {
+    const Looking looking;
+    const Aside aside;
+    for (const Target &target : row->targets(wire)) losses.push_back(describe(target) + " " + row->loss);
+  }
+  heading("Would send to %s: %s\n", device, name);
+  showDwords(wire);
+  showData(wire);
+  for (const std::string &loss : losses) heading("Loss: %s\n", loss.c_str());
+  if (!gathersFacts()) return;
+  Object entry = data().append("would_send");
+  entry.put("function", std::string(name));
+  entry.put("device", std::string(device));
+  entry.put("dwords", Numbers{{wire.cdw.begin(), wire.cdw.end()}});
+  entry.put("data", Bytes{wire.data});
+  entry.array("loss");
+  for (const std::string &loss : losses) entry.appendText("loss", loss);
+}
+
+void beforeSend(const Wire &wire) {
+  if (gLooking || !changesSomething(wire)) return;
+  beforeChanges({wire});
+}
+
+}  // namespace
+
+bool readExpectations(const std::string &text, Expectations &pairs) {
+  std::string part;
+  auto take = [&] {
+    size_t equals = part.find('=');
+    if (equals == 0 || equals == std::string::npos) return false;
+    pairs.emplace_back(part.substr(0, equals), part.substr(equals + 1));
+    part.clear();
+    return true;
+  };
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\\' && i + 1 < text.size() && text[i + 1] == ',') {
+      part += text[++i];
+    } else if (text[i] != ',') {
+      part += text[i];
+    } else if (!take()) {
+      return false;
+    }
+  }
+  return take();
+}
+
+void guardLine() {
+  gChecked = gLooking = false;
+  gBeforeSend = gLine.dryRun || gLine.expect ? beforeSend : nullptr;
+}
+
+bool finishGuard() {
+  gBeforeSend = nullptr;
+  if (!gLine.expect || gChecked || outcomeNow() != Outcome::Ok) return false;
+  complain("trx_cli: --expect: the command changes nothing\n");
+  return true;
+}
+
+void beforeChanges(const std::vector<Wire> &wires) {
+  checkGuard(wires);
+  if (!gLine.dryRun) return;
+  for (const Wire &wire : wires) show(wire);
+  tell("Dry run: nothing was sent.\n");
+  endLine();
+}
+
+}  // namespace trx

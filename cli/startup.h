@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The library is started, and every adapter's summary read.
+#ifndef TRX_CLI_STARTUP_H
+#define TRX_CLI_STARTUP_H
+
+#include <optional>
+#include <string>
+
+namespace trx {
+
+/// Take a typed adapter ID for `gCurrentAdapter`: zero-based, cut to 8 bits as adapter indexes are.
+/// @return whether it can be one; says on standard output when it cannot
+bool chooseAdapter(const char *typed);
+
+/// TRX_Init, then a summary per adapter, with the lines about what is wrong on `stream`.
+/// @return the exit status when the chosen adapter is not there
+std::optional<int> startUp();
+
+/// TRX_Final. @return `status`
+int shutDown(int status);
+
+}  // namespace trx
+
+#endif  // TRX_CLI_STARTUP_H
