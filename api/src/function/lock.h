@@ -22,10 +22,13 @@ TRXLock *CreateTRXLockInstance();
 /// to be had, that is said on standard error, once per process.
 void TRXLock_init(TRXLock *lock, const char *name);
 
-/// Wait for the semaphore, at most five seconds, and go on in any case.
+/// Wait for the semaphore, at most five seconds, and go on in any case. So several may be in, until it is
+/// idle again, when a holder or a queue takes longer than that, or when two waited as long behind one that
+/// died.
 void TRXLock_lock(TRXLock *lock);
 
-/// Let the next one in.
+/// Let the next one in: post while the value is 0. Of several that are in, those that look before one of them
+/// posts make it more than 1; each later use by one alone takes 1 off, down to 1.
 void TRXLock_unlock(TRXLock *lock);
 
 /// Free the object. The named semaphore stays.
