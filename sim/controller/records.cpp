@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "model/activities.h"
+#include "model/smart.h"
 #include "model/storage.h"
 
 namespace sim {
@@ -117,25 +118,31 @@ NVME_Event_Item eventRecord(const EventRecord &event) {
   return item;
 }
 
-std::array<uint8_t, 512> smartLog(const SmartBase &base, Millis now) {
+std::array<uint8_t, 512> smartLog(const SmartBase &counted, Millis now) {
   std::array<uint8_t, 512> log{};
-  uint64_t seconds = now > base.since ? static_cast<uint64_t>(now - base.since) / 1000 : 0;
+  const SmartBase base = grown(counted, now);
   log[0] = base.criticalWarning;
   put(log, 1, base.temperatureKelvin, 2);
   log[3] = base.availableSpare;
   log[4] = base.spareThreshold;
   log[5] = base.percentageUsed;
-  put(log, 32, base.dataUnitsRead + seconds / 8, 8);
-  put(log, 48, base.dataUnitsWritten + seconds / 16, 8);
-  put(log, 64, base.hostReads + seconds * 4, 8);
-  put(log, 80, base.hostWrites + seconds * 2, 8);
-  put(log, 96, (base.hostReads + base.hostWrites) / 1'000'000 + seconds / 3600, 8);  // minutes busy
+  put(log, 32, base.dataUnitsRead, 8);
+  put(log, 48, base.dataUnitsWritten, 8);
+  put(log, 64, base.hostReads, 8);
+  put(log, 80, base.hostWrites, 8);
+  put(log, 96, base.busyMinutes, 8);
   put(log, 112, base.powerCycles, 8);
-  put(log, 128, base.powerOnHours + seconds / 3600, 8);
+  put(log, 128, base.powerOnHours, 8);
   put(log, 144, base.unsafeShutdowns, 8);
   put(log, 160, base.mediaErrors, 8);
   put(log, 176, base.errorLogEntries, 8);
+  put(log, 192, base.warningMinutes, 4);
+  put(log, 196, base.criticalMinutes, 4);
   put(log, 200, base.temperatureKelvin, 2);  // sensor 1
+  put(log, 216, base.throttled1, 4);
+  put(log, 220, base.throttled2, 4);
+  put(log, 224, base.throttledSeconds1, 4);
+  put(log, 228, base.throttledSeconds2, 4);
   return log;
 }
 

@@ -15,7 +15,7 @@ NVME_BGA_Status activityRecord(const Adapter &adapter, const Activity *activity,
 NVME_Event_Item eventRecord(const EventRecord &event);
 
 /// SMART / Health Information log (NVMe base standard, log page 02h); counters grow with the time.
-std::array<uint8_t, 512> smartLog(const SmartBase &base, Millis now);
+std::array<uint8_t, 512> smartLog(const SmartBase &counted, Millis now);
 /// Firmware Slot Information log (NVMe base standard, log page 03h).
 TRX_FIRMWARE_SLOT_INFO_LOG slotLog(const FirmwareSlots &firmware);
 

@@ -1,48 +1,54 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Hands on the disks of a simulated host: pulled out, put back, told how to answer. Ids count from 0.
-#include <charconv>
-#include <functional>
+// Hands on the disks of a simulated host: broken, pulled out, put in, told how to answer.
+#include <algorithm>
+#include <optional>
 #include <string_view>
 
-#include "host/directory.h"
-#include "launcher/verbs.h"
-#include "model/state_file.h"
+#include "launcher/hands.h"
+#include "model/devices.h"
+#include "model/firmware.h"
 #include "model/storage.h"
 
 namespace sim {
 namespace {
 
-size_t numberFrom(const std::string &verb, const std::string &text) {
-  size_t number = 0;
-  auto [end, wrong] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (wrong != std::errc() || end != text.data() + text.size())
-    throw UsageError(verb + ": '" + text + "' is not a number");
-  return number;
+const char *broken(const Disk &disk) { return disk.failed ? "has failed already" : absent(disk); }
+
+const char *taken(const Disk &disk) {
+  if (disk.held) return "is there, without power or held in reset";
+  return disk.present && !disk.failed ? "is there" : nullptr;
 }
 
-using Work = std::function<void(Adapter &, Millis, Disk &)>;
+/// Takes `--serial TEXT` out of the words. Identify Controller has room for 20 characters of ASCII.
+std::optional<std::string> takeSerial(Words &words) {
+  auto option = std::find(words.begin(), words.end(), "--serial");
+  if (option == words.end()) return std::nullopt;
+  if (option + 1 == words.end()) throw UsageError("insert: --serial needs a value");
+  std::string serial = option[1];
+  const bool graphic = std::all_of(serial.begin(), serial.end(), [](char c) { return c > ' ' && c <= '~'; });
+  if (serial.empty() || serial.size() > sizeof Disk::serial || !graphic)
+    throw UsageError("insert: '" + serial + "' is no serial number of 1 to 20 characters without blanks");
+  words.erase(option, option + 2);
+  return serial;
+}
 
-/// Finds the disk that `words` name, checks that it is in or out of its place, and works on it.
-int handleDisk(const Arguments &arguments, const std::string &verb, const std::vector<std::string> &words,
-               bool present, const Work &work) {
-  if (words.empty() || words.size() > 2)
-    throw UsageError(verb + ": say which disk, and perhaps which adapter");
-  size_t id = numberFrom(verb, words[0]);
-  size_t index = words.size() == 2 ? numberFrom(verb, words[1]) : 0;
-  ensureHost(arguments);
-  std::vector<std::string> names = adapterNames(arguments.state);
-  if (index >= names.size()) throw HostError("no adapter " + std::to_string(index));
-  AdapterFiles files(arguments.state, names[index]);
-  Session session(files);
-  for (Disk &disk : session.change().disks) {
-    if (disk.id != id) continue;
-    if ((disk.present != 0) != present)
-      throw HostError("disk " + std::to_string(id) + (present ? " is not there" : " is there"));
-    work(session.change(), session.now(), disk);
-    session.commit();
-    return 0;
-  }
-  throw HostError("no disk " + std::to_string(id));
+/// The place of a disk that is new, which may be one where none has been yet.
+Disk &placeFor(Adapter &adapter, uint64_t id, const std::string &serial) {
+  for (const Disk &disk : adapter.disks)
+    if (fieldText(disk.serial) == serial)
+      throw HostError("disk " + std::to_string(disk.id) + " has the serial number " + serial);
+  Disk *made = addPlace(adapter, id);
+  return made ? *made : diskOf(adapter, id, taken);
+}
+
+int insertNew(const Arguments &arguments, const Words &words, const std::string &serial) {
+  if (words.empty() || words.size() > 2) throw UsageError("insert: say where, and perhaps in which adapter");
+  const uint64_t id = numberFrom("insert", words[0]);
+  return handleAdapter(arguments, "insert", {words.begin() + 1, words.end()}, [&](Session &session) {
+    Disk &disk = placeFor(session.change(), id, serial);
+    stagedImage(session, disk).discard();
+    replaceDisk(session.change(), session.now(), disk, serial);
+  });
 }
 
 // In the order of PcieCompletion.
@@ -56,29 +62,32 @@ uint8_t completionFrom(const std::string &word) {
 
 }  // namespace
 
+int failVerb(const Arguments &arguments) {
+  return handleDisk(arguments, "fail", arguments.words, broken,
+                    [](Session &session, Disk &disk) { failDisk(session.change(), session.now(), disk); });
+}
+
 int pullDisk(const Arguments &arguments) {
-  return handleDisk(arguments, "pull", arguments.words, true, [](Adapter &adapter, Millis now, Disk &disk) {
+  return handleDisk(arguments, "pull", arguments.words, absent, [](Session &session, Disk &disk) {
     disk.present = 0;
-    diskLost(adapter, now, disk);
+    diskLost(session.change(), session.now(), disk);
   });
 }
 
 int insertDisk(const Arguments &arguments) {
-  return handleDisk(arguments, "insert", arguments.words, false,
-                    [](Adapter &adapter, Millis now, Disk &disk) {
-                      disk.present = 1;
-                      disk.failed = 0;
-                      diskFound(adapter, now, disk);
-                    });
+  Words words = arguments.words;
+  if (std::optional<std::string> serial = takeSerial(words)) return insertNew(arguments, words, *serial);
+  return handleDisk(arguments, "insert", words, taken,
+                    [](Session &session, Disk &disk) { mendDisk(session.change(), session.now(), disk); });
 }
 
 int pcieVerb(const Arguments &arguments) {
-  std::vector<std::string> words = arguments.words;
+  Words words = arguments.words;
   if (words.size() < 2) throw UsageError("pcie: say which disk, how it answers, and perhaps which adapter");
   const uint8_t completion = completionFrom(words[1]);
   words.erase(words.begin() + 1);
-  return handleDisk(arguments, "pcie", words, true,
-                    [completion](Adapter &, Millis, Disk &disk) { disk.completion = completion; });
+  return handleDisk(arguments, "pcie", words, absent,
+                    [completion](Session &, Disk &disk) { disk.completion = completion; });
 }
 
 }  // namespace sim

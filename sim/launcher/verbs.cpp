@@ -22,6 +22,7 @@ int printHelp(const Arguments &) {
       "${XDG_STATE_HOME:-$HOME/.local/state}/trx_sim. Without --topology a host with two adapters is made.\n"
       "\nfault add takes words: %s",
       faultHelp().c_str());
+  std::printf("smart takes keys:\n%s", smartHelp().c_str());
   return 0;
 }
 
@@ -34,7 +35,10 @@ constexpr Verb kVerbs[] = {
     {"fault",   "[--state DIR] add WORD... | list | clear", "arms faults, lists or disarms them", faultVerb},
     {"advance", "[--state DIR] SECONDS", "moves the clock of a host whose clock stands still", advanceVerb},
     {"pull",    "[--state DIR] PD [ADAPTER]", "takes a disk out; its volumes lose a member", pullDisk},
-    {"insert",  "[--state DIR] PD [ADAPTER]", "puts a sound disk back in that place, as a spare", insertDisk},
+    {"insert",  "[--state DIR] PD [--serial TEXT] [ADAPTER]",
+                "puts it back, sound, as a spare; with --serial, a new one of its make", insertDisk},
+    {"fail",    "[--state DIR] PD [ADAPTER]", "breaks a disk; its volumes lose a member", failVerb},
+    {"smart",   "[--state DIR] PD KEY=VALUE... [ADAPTER]", "sets SMART values of a disk", smartVerb},
     {"restart", "[--state DIR]", "cycles the power: what waits for a reset happens", restartVerb},
     {"image",   "FILE [--size BYTES] [--version A.B.C.D] [--revision TEXT] [--bad-sum]",
                 "writes a firmware image for a controller or a disk", imageVerb},

@@ -101,6 +101,13 @@ void abort(Adapter &adapter, Millis now, Activity &activity) {
   tell(adapter, now, gone, Step::Aborted);
 }
 
+/// Whether a volume's activity writes a disk so that it becomes a member.
+bool fills(const Activity &activity, uint32_t disk) {
+  if (activity.type == TRX_NVME_BGA_TYPE_VD_REBUILD) return activity.disk == disk;
+  auto end = activity.newMembers + activity.newMemberCount;
+  return activity.type == TRX_NVME_BGA_TYPE_VD_MIGRATE && std::find(activity.newMembers, end, disk) != end;
+}
+
 uint64_t smallestMember(const Adapter &adapter, const uint16_t *members, size_t count) {
   uint64_t smallest = UINT64_MAX;
   for (size_t i = 0; i < count; ++i)
@@ -293,11 +300,16 @@ void abortVolumeActivities(Adapter &adapter, Millis now, uint32_t volume) {
   while (Activity *activity = find(adapter, volume, false)) abort(adapter, now, *activity);
 }
 
+void abortWholeVolumeActivities(Adapter &adapter, Millis now, uint32_t volume) {
+  Activity *activity = find(adapter, volume, false);
+  if (activity && activity->type != TRX_NVME_BGA_TYPE_VD_REBUILD) abort(adapter, now, *activity);
+}
+
 void abortDiskActivities(Adapter &adapter, Millis now, uint32_t disk) {
   while (Activity *activity = find(adapter, disk, true)) abort(adapter, now, *activity);
   for (size_t i = 0; i < adapter.activities.size();) {
     Activity &activity = adapter.activities[i];
-    if (activity.type == TRX_NVME_BGA_TYPE_VD_REBUILD && activity.disk == disk)
+    if (fills(activity, disk))
       abort(adapter, now, activity);
     else
       ++i;

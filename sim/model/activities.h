@@ -29,7 +29,9 @@ Fw controlDiskActivity(Adapter &adapter, Millis now, uint32_t disk, uint32_t ope
 
 /// Ends every activity of a volume that is being deleted or went offline.
 void abortVolumeActivities(Adapter &adapter, Millis now, uint32_t volume);
-/// Ends what runs on a disk or rebuilds onto it.
+/// Ends those that a volume without all of its members cannot have: all but a rebuild.
+void abortWholeVolumeActivities(Adapter &adapter, Millis now, uint32_t volume);
+/// Ends what runs on a disk, rebuilds onto it or migrates to it.
 void abortDiskActivities(Adapter &adapter, Millis now, uint32_t disk);
 
 /// Takes the progress so far as the new base, before a change of the rate.

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "model/firmware.h"
+#include "model/smart.h"
 #include "model/storage.h"
 
 namespace sim {
@@ -71,6 +72,45 @@ Fw switchPower(Adapter &adapter, Millis now, uint32_t pin, LineAction action) {
     drive(adapter, now, disk, kHeldByPower, action == LineAction::Off, action);
   }
   return Fw::Ok;
+}
+
+void failDisk(Adapter &adapter, Millis now, Disk &disk) {
+  diskLost(adapter, now, disk);
+  disk.failed = 1;
+}
+
+void mendDisk(Adapter &adapter, Millis now, Disk &disk) {
+  // A topology may have made one that failed a member.
+  if (volumeOfDisk(adapter, disk.id)) diskLost(adapter, now, disk);
+  disk.present = 1;
+  disk.failed = 0;
+  diskFound(adapter, now, disk);
+}
+
+void replaceDisk(Adapter &adapter, Millis now, Disk &disk, std::string_view serial) {
+  std::erase_if(adapter.namespaces, [&disk](const Namespace &ns) {
+    return ns.deviceType == TRX_NS_DEVICE_PD && ns.backing == disk.id;
+  });
+  putText(disk.serial, serial);
+  disk.led = 0;
+  disk.completion = static_cast<uint8_t>(PcieCompletion::Ok);
+  disk.resets = 0;
+  disk.firmware.pending = 0;
+  disk.smart = unworn(now);
+  mendDisk(adapter, now, disk);
+}
+
+Disk *addPlace(Adapter &adapter, uint64_t id) {
+  const NVME_Adapter_Info &info = adapter.core.info;
+  const uint64_t places = uint64_t{info.PortCount} * (adapter.raid() ? info.MaxPD : info.MaxNSPerVD);
+  if (adapter.disks.empty() || id >= std::min<uint64_t>(places, 255)) return nullptr;
+  auto place = std::find_if(adapter.disks.begin(), adapter.disks.end(),
+                            [id](const Disk &disk) { return disk.id >= id; });
+  if (place != adapter.disks.end() && place->id == id) return nullptr;
+  Disk made = adapter.disks.front();
+  made.id = made.ssdController = static_cast<uint16_t>(id);
+  made.present = made.failed = made.held = 0;
+  return &*adapter.disks.insert(place, made);
 }
 
 void setSwitch(Adapter &adapter, Switch which, bool on) {

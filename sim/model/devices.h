@@ -28,6 +28,16 @@ Fw driveResetLine(Adapter &adapter, Millis now, uint32_t id, LineAction action);
 /// the controller waits for, and leaves the pin on.
 Fw switchPower(Adapter &adapter, Millis now, uint32_t pin, LineAction action);
 
+/// A disk breaks: it stays in its place, and its volumes lose a member.
+void failDisk(Adapter &adapter, Millis now, Disk &disk);
+/// A disk that is gone or has failed is there again, sound, as a spare.
+void mendDisk(Adapter &adapter, Millis now, Disk &disk);
+/// A new disk of the same make comes there instead. What was on the old one is gone.
+void replaceDisk(Adapter &adapter, Millis now, Disk &disk, std::string_view serial);
+/// Makes an empty place for a disk of the first one's make, where there has been none. Null when there is
+/// one, when programs do not look there, or when the adapter has no disk at all.
+Disk *addPlace(Adapter &adapter, uint64_t id);
+
 /// Bits of AdapterCore::switches and of the switches that wait for a restart.
 enum Switch : uint8_t { kSwitchFlashTool = 1 << 0, kSwitchProtection = 1 << 1, kSwitchSriov = 1 << 2 };
 

@@ -66,7 +66,7 @@ struct FirmwareSlots {
   uint8_t reserved;
 };
 
-/// SMART counters at the moment the state was made; they grow with the model's time.
+/// SMART counters as they were at a moment; some grow with the model's time.
 struct SmartBase {
   Millis since;
   uint64_t dataUnitsRead;  ///< thousands of 512-byte units, as the log page counts
@@ -78,6 +78,13 @@ struct SmartBase {
   uint64_t unsafeShutdowns;
   uint64_t mediaErrors;
   uint64_t errorLogEntries;
+  uint64_t busyMinutes;     ///< of the controller with commands
+  uint32_t warningMinutes;  ///< above the warning temperature, and above the critical one
+  uint32_t criticalMinutes;
+  uint32_t throttled1;  ///< times that the lower thermal management temperature slowed the device down
+  uint32_t throttled2;  ///< and the higher one
+  uint32_t throttledSeconds1;
+  uint32_t throttledSeconds2;
   uint16_t temperatureKelvin;
   uint8_t criticalWarning;
   uint8_t availableSpare;

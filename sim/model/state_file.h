@@ -11,7 +11,7 @@
 namespace sim {
 
 /// Version of the layout. Raise it with any change of the records in state.h.
-constexpr uint32_t kStateVersion = 3;
+constexpr uint32_t kStateVersion = 4;
 
 /// Head of the lock file. It is read on every exchange, so all that is needed each time is here.
 struct LockHead {

@@ -195,11 +195,16 @@ size_t missingMembers(const Volume &volume) {
 
 namespace {
 
-/// A mirror survives while no pair of its members lacks both.
-bool survives(const Volume &volume) {
+/// A mirror survives while no pair of its members lacks both. One that a rebuild still fills has no data.
+bool survives(const Adapter &adapter, const Volume &volume) {
   if (!redundant(volume)) return missingMembers(volume) == 0;
+  const Activity *activity = volumeActivity(adapter, volume.id);
+  const bool rebuilding = activity && activity->type == TRX_NVME_BGA_TYPE_VD_REBUILD;
+  auto lacks = [&](unsigned place) {
+    return volume.members[place] == TRX_PD_ID_MISSING || (rebuilding && activity->slot == place);
+  };
   for (unsigned i = 0; i + 1 < volume.memberCount; i += 2)
-    if (volume.members[i] == TRX_PD_ID_MISSING && volume.members[i + 1] == TRX_PD_ID_MISSING) return false;
+    if (lacks(i) && lacks(i + 1)) return false;
   return true;
 }
 
@@ -208,7 +213,7 @@ bool survives(const Volume &volume) {
 uint8_t volumeStatus(const Adapter &adapter, const Volume &volume) {
   if (volume.forcedStatus != kStatusNotForced) return volume.forcedStatus;
   if (volume.foreign) return volume.importable ? TRX_VD_STATUS_IMPORTABLE : TRX_VD_STATUS_NOT_IMPORTABLE;
-  if (!survives(volume)) return TRX_VD_STATUS_OFFLINE;
+  if (!survives(adapter, volume)) return TRX_VD_STATUS_OFFLINE;
   const Activity *activity = volumeActivity(adapter, volume.id);
   if (activity && activity->type == TRX_NVME_BGA_TYPE_VD_REBUILD) return TRX_VD_STATUS_REBUILDING;
   if (missingMembers(volume) != 0) return TRX_VD_STATUS_DEGRADE;
@@ -237,22 +242,35 @@ uint8_t diskStatus(const Adapter &adapter, const Disk &disk) {
 
 void diskLost(Adapter &adapter, Millis now, Disk &disk) {
   abortDiskActivities(adapter, now, disk.id);
-  journalDisk(adapter, now, DiskEvent::Offline, disk.id);
+  if (!disk.failed) journalDisk(adapter, now, DiskEvent::Offline, disk.id);  // one that failed is offline
   for (Volume &volume : adapter.volumes) {
     auto end = volume.members + volume.memberCount;
     auto place = std::find(volume.members, end, disk.id);
     if (place == end) continue;
     *place = TRX_PD_ID_MISSING;
-    bool alive = survives(volume);
-    if (!alive) abortVolumeActivities(adapter, now, volume.id);
+    bool alive = survives(adapter, volume);
+    if (alive)
+      abortWholeVolumeActivities(adapter, now, volume.id);
+    else
+      abortVolumeActivities(adapter, now, volume.id);
     journalVolume(adapter, now, alive ? VolumeEvent::Degraded : VolumeEvent::Offline, volume.id);
   }
 }
 
 void diskFound(Adapter &adapter, Millis now, Disk &disk) {
   disk.tooSmallTold = 0;
-  journalDisk(adapter, now, DiskEvent::Online, disk.id);
+  if (!disk.failed) journalDisk(adapter, now, DiskEvent::Online, disk.id);
 }
+
+namespace {
+
+/// A disk that namespaces can be made on, or null.
+const Disk *soundDisk(const Adapter &adapter, uint32_t id) {
+  const Disk *disk = findDisk(adapter, id);
+  return disk && !disk->failed ? disk : nullptr;
+}
+
+}  // namespace
 
 uint8_t freeNamespaceId(const Adapter &adapter) {
   for (unsigned nsid = 1; nsid <= adapter.core.info.MaxNS && nsid < 255; ++nsid)
@@ -316,7 +334,7 @@ Fw carveNamespaces(Adapter &adapter, uint8_t deviceType, uint16_t backing, uint3
 
 Fw initDiskNamespaces(Adapter &adapter, uint32_t disk, uint32_t count) {
   if (adapter.raid()) return Fw::NotSupported;
-  if (!findDisk(adapter, disk)) return Fw::InvalidDisk;
+  if (!soundDisk(adapter, disk)) return Fw::InvalidDisk;
   if (count == 0 || count > adapter.core.info.MaxNSPerVD) return Fw::InvalidNamespaceCount;
   auto ofDisk = [disk](const Namespace &ns) {
     return ns.deviceType == TRX_NS_DEVICE_PD && ns.backing == disk;
@@ -330,7 +348,7 @@ Fw initDiskNamespaces(Adapter &adapter, uint32_t disk, uint32_t count) {
 Fw createNamespace(Adapter &adapter, uint16_t backing, uint32_t owner, uint64_t sectors) {
   const uint8_t type = adapter.raid() ? TRX_NS_DEVICE_VD : TRX_NS_DEVICE_PD;
   const Volume *volume = adapter.raid() ? findVolume(adapter, backing) : nullptr;
-  const Disk *disk = adapter.raid() ? nullptr : findDisk(adapter, backing);
+  const Disk *disk = adapter.raid() ? nullptr : soundDisk(adapter, backing);
   if (!volume && !disk) return adapter.raid() ? Fw::InvalidVolume : Fw::InvalidDisk;
   if (owner > kLastController) return Fw::InvalidParameter;
   if (volume && (volume->foreign || volumeStatus(adapter, *volume) == TRX_VD_STATUS_OFFLINE))

@@ -8,6 +8,7 @@
 #include "model/diagnostics.h"
 #include "model/firmware.h"
 #include "model/journal.h"
+#include "model/smart.h"
 #include "model/storage.h"
 #include "topology/json_parse.h"
 #include "topology/json_value.h"
@@ -80,21 +81,7 @@ FirmwareSlots slots(JsonObject &json, const std::string &revision, int64_t count
   return firmware;
 }
 
-SmartBase smart(JsonObject &parent, Millis now) {
-  SmartBase base{};
-  base.since = now;
-  base.temperatureKelvin = 308;
-  base.availableSpare = 100;
-  base.spareThreshold = 10;
-  base.dataUnitsRead = 1'200'000;
-  base.dataUnitsWritten = 840'000;
-  base.hostReads = 52'000'000;
-  base.hostWrites = 31'000'000;
-  base.powerCycles = 21;
-  base.powerOnHours = 4380;
-  base.unsafeShutdowns = 2;
-  if (!parent.has("smart")) return base;
-  JsonObject json = parent.object("smart");
+void readSmart(JsonObject json, SmartBase &base) {
   base.temperatureKelvin =
       narrow<uint16_t>(json.number("temperatureKelvin", base.temperatureKelvin, 0, 65535));
   base.criticalWarning = narrow<uint8_t>(json.number("criticalWarning", 0, 0, 255));
@@ -113,6 +100,20 @@ SmartBase smart(JsonObject &parent, Millis now) {
   counter("mediaErrors", base.mediaErrors);
   counter("errorLogEntries", base.errorLogEntries);
   json.finish();
+}
+
+/// Of a device that has been at work for half a year, unless the topology tells more.
+SmartBase smart(JsonObject &parent, Millis now) {
+  SmartBase base = unworn(now);
+  base.dataUnitsRead = 1'200'000;
+  base.dataUnitsWritten = 840'000;
+  base.hostReads = 52'000'000;
+  base.hostWrites = 31'000'000;
+  base.powerCycles = 21;
+  base.powerOnHours = 4380;
+  base.unsafeShutdowns = 2;
+  if (parent.has("smart")) readSmart(parent.object("smart"), base);
+  base.busyMinutes = (base.hostReads + base.hostWrites) / 1'000'000;
   return base;
 }
 

@@ -3,7 +3,9 @@
 #include "model/storage.h"
 
 #include <numeric>
+#include <regex>
 
+#include "model/devices.h"
 #include "model/state_file.h"
 #include "seam.h"
 
@@ -31,6 +33,12 @@ class Storage : public Host {
   }
   unsigned create(uint8_t level, std::vector<uint16_t> disks, uint16_t namespaces = 0) {
     return pair({0xE2, 3}, record(level, 256, std::move(disks), namespaces));
+  }
+  void hand(void (*work)(sim::Adapter &, sim::Millis, sim::Disk &), uint32_t disk) {
+    sim::AdapterFiles files(directory, "vmhba2");
+    sim::Session session(files);
+    work(session.change(), session.now(), *sim::findDisk(session.change(), disk));
+    session.commit();
   }
   void pass(long seconds) { sim::advanceClock(directory, seconds * 1000); }
 };
@@ -88,6 +96,39 @@ TEST_F(Storage, ActivitiesPauseAndEndAtTheirTime) {
       << "at the moment when it was complete, not when somebody looked";
 }
 
+TEST_F(Storage, FailedDisksTakeWhatTheRedundancyDoesNotCover) {
+  // Failed disks; state, members and activity of the volume; the journal without the disks' own lines.
+  // clang-format off
+  const std::tuple<const char *, std::vector<uint32_t>, const char *, const char *> rows[] = {
+      {R"("RAID0", "members": [0, 1])", {1}, "4: 0 ?", "virtual disk 0 is offline"},
+      {R"("JBOD", "members": [0])", {0}, "4: ?", "virtual disk 0 is offline"},
+      {R"("RAID1", "members": [0, 1], "activity": {"type": "init"})", {0}, "1: ? 1", "init on virtual disk 0 aborted,virtual disk 0 is degraded"},
+      {R"("RAID10", "members": [0, 1, 2, 3])", {0, 3}, "1: ? 1 2 ?", "virtual disk 0 is degraded,virtual disk 0 is degraded"},
+      {R"("RAID10", "members": [0, 1, 2, 3])", {2, 3}, "4: 0 1 ? ?", "virtual disk 0 is degraded,virtual disk 0 is offline"},
+      {R"("RAID1", "members": [0, 1], "activity": {"type": "rebuild", "slot": 1})", {1}, "1: 0 ?", "rebuild on virtual disk 0 aborted"},
+      {R"("RAID1", "members": [0, 1], "activity": {"type": "rebuild", "slot": 1})", {0}, "4: ? ?", "rebuild on virtual disk 0 aborted,virtual disk 0 is offline"},
+      {R"("RAID10", "members": [0, 1, 2, 3], "activity": {"type": "rebuild", "slot": 1})", {2}, "10: 0 1 ? 3 rebuild", "virtual disk 0 is degraded"},
+  };
+  // clang-format on
+  for (const auto &[layout, failed, seen, told] : rows) {
+    make(
+        R"({"clock": 1, "adapters": [{"disks": [{"sizeGiB": 1}, {"sizeGiB": 1}, {"sizeGiB": 1}, {"sizeGiB": 1}],
+             "volumes": [{"raid": )" +
+        std::string(layout) + "}]}]}");
+    for (const uint32_t disk : failed) hand(sim::failDisk, disk);
+    const NVME_VD_Info now = volume(0);
+    std::string text = std::to_string(now.Status) + ":", lines;
+    for (unsigned i = 0; i < now.MemberCount; ++i)
+      text += now.PDIDs[i] == TRX_PD_ID_MISSING ? " ?" : " " + std::to_string(now.PDIDs[i]);
+    EXPECT_EQ(text + (now.BGAIndex ? " rebuild" : ""), seen) << layout;
+    const std::regex line("\\[MSG\\](?!Physical)(.*)");
+    const std::string all = journal();
+    for (std::sregex_iterator at(all.begin(), all.end(), line), end; at != end; ++at)
+      lines += (lines.empty() ? "" : ",") + at->str(1);
+    EXPECT_EQ(lines, told) << layout;
+  }
+}
+
 TEST_F(Storage, MigrationEndsInTheNewLayout) {
   ASSERT_EQ(create(1, {2, 3}), 0U);
   NVME_Migrate migrate{};
@@ -95,6 +136,11 @@ TEST_F(Storage, MigrationEndsInTheNewLayout) {
   migrate.MemberCount = 4;
   std::iota(migrate.PDIDs, migrate.PDIDs + 4, TRX_U8{2});
   uint64_t before = volume(0).LBA.value;
+  ASSERT_EQ(pair({0xE3, 9}, migrate), 0U);
+  hand(sim::failDisk, 5);
+  pass(101);
+  EXPECT_EQ(volume(0).RaidMode, TRX_RAID_MODE_1) << "a disk of the new layout broke";
+  hand(sim::mendDisk, 5);
   ASSERT_EQ(pair({0xE3, 9}, migrate), 0U);
   pass(101);
   EXPECT_EQ(volume(0).RaidMode, TRX_RAID_MODE_10);
