@@ -118,6 +118,7 @@ void showAdapter(const Adapter &adapter, Millis now) {
   if (time.hi != 0 || time.mid != 0 || time.lw != 0)
     std::printf("  time set by a program: 0x%04x%04x%04x\n", unsigned{time.hi}, unsigned{time.mid},
                 unsigned{time.lw});
+  if (core.latencyMillis != 0) std::printf("  each exchange takes %u ms\n", core.latencyMillis);
   showSettings(core);
   showDisks(adapter);
   showVolumes(adapter, now);

@@ -6,6 +6,7 @@
 
 #include "host/directory.h"
 #include "host/faults.h"
+#include "launcher/hands.h"
 #include "model/restart.h"
 #include "model/state_file.h"
 #include "topology/topology.h"
@@ -39,6 +40,7 @@ constexpr Verb kVerbs[] = {
                 "puts it back, sound, as a spare; with --serial, a new one of its make", insertDisk},
     {"fail",    "[--state DIR] PD [ADAPTER]", "breaks a disk; its volumes lose a member", failVerb},
     {"smart",   "[--state DIR] PD KEY=VALUE... [ADAPTER]", "sets SMART values of a disk", smartVerb},
+    {"latency", "[--state DIR] MILLISECONDS [ADAPTER]", "each exchange takes that long from now on; 0: none", latencyVerb},
     {"restart", "[--state DIR]", "cycles the power: what waits for a reset happens", restartVerb},
     {"image",   "FILE [--size BYTES] [--version A.B.C.D] [--revision TEXT] [--bad-sum]",
                 "writes a firmware image for a controller or a disk", imageVerb},
@@ -173,6 +175,15 @@ int advanceVerb(const Arguments &arguments) {
   ensureHost(arguments);
   advanceClock(arguments.state, Millis{seconds} * 1000);
   return 0;
+}
+
+int latencyVerb(const Arguments &arguments) {
+  Words words = arguments.words;
+  if (words.empty() || words.size() > 2)
+    throw UsageError("latency: say how many milliseconds, and perhaps which adapter");
+  const auto millis = static_cast<uint32_t>(numberFrom("latency", words[0], kLongestLatency));
+  return handleAdapter(arguments, "latency", {words.begin() + 1, words.end()},
+                       [millis](Session &session) { session.change().core.latencyMillis = millis; });
 }
 
 int restartVerb(const Arguments &arguments) {

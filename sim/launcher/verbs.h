@@ -41,6 +41,7 @@ int faultVerb(const Arguments &arguments);
 int advanceVerb(const Arguments &arguments);
 int failVerb(const Arguments &arguments);
 int smartVerb(const Arguments &arguments);
+int latencyVerb(const Arguments &arguments);
 std::string smartHelp();
 int pullDisk(const Arguments &arguments);
 int insertDisk(const Arguments &arguments);

@@ -19,7 +19,7 @@ bool soundCore(const AdapterCore &core) {
   return plainName(fieldText(core.name)) && core.name[std::size(core.name) - 1] == '\0' &&
          core.controllerId <= kLastController && soundFirmware(core.firmware) &&
          soundTime(core.smart.since) && core.vpdTarget < std::size(core.vpd) &&
-         core.miRequestLength <= std::size(core.miRequest);
+         core.latencyMillis <= kLongestLatency && core.miRequestLength <= std::size(core.miRequest);
 }
 
 bool soundDisk(const Disk &disk) {

@@ -202,6 +202,9 @@ struct Journal {
   char text[kJournalPages][kJournalText];
 };
 
+/// In milliseconds. The patience of programs ends at 100 seconds.
+constexpr uint32_t kLongestLatency = 60'000;
+
 /// What an adapter is and what it is set to; everything of fixed size.
 struct AdapterCore {
   char name[32];
@@ -222,6 +225,7 @@ struct AdapterCore {
   NVME_Adapter_Config config;
   FirmwareSlots firmware;
   SmartBase smart;
+  uint32_t latencyMillis;     ///< that each exchange takes
   uint32_t spiRead;           ///< bytes of the SPI log that the running read-out has given
   uint8_t vpdTarget;          ///< 0 EEPROM, 1 SPI
   uint8_t switches;           ///< manufacturing switches: bits 0 kxf, 1 protect, 2 sriov

@@ -116,6 +116,9 @@ void deliver(const Command &command, Completion &completion, usr_io &uio) {
     std::memcpy(reinterpret_cast<void *>(uio.addr), completion.data.data(), bytes);
 }
 
+/// Slept without the lock: a slow command of one process does not stop the others.
+void waitFor(uint32_t millis) { std::this_thread::sleep_for(std::chrono::milliseconds(millis)); }
+
 int adminCommand(AdapterFiles &files, usr_io &uio) {
   Command command = commandFrom(uio);
   Completion completion;
@@ -125,18 +128,20 @@ int adminCommand(AdapterFiles &files, usr_io &uio) {
     completion.fail(kGeneric, TRX_NVME_SC_INVALID_FIELD);
   } else {
     std::optional<Fault> fault;
+    uint32_t latency = 0;
     {
       Session session(files);
+      latency = session.state().core.latencyMillis;
       fault = strike(files.directory(), subjectOf(files.name(), command, session.head()));
       if (!fault || fault->kind != FaultKind::Delay)
         result = carryOut(session, command, fault, completion, breach);
     }
     if (fault && fault->kind == FaultKind::Delay) {
-      // Slept outside the lock: a slow command of one process does not stop the others.
-      std::this_thread::sleep_for(std::chrono::milliseconds(fault->value));
+      waitFor(fault->value);
       Session session(files);
       result = carryOut(session, command, std::nullopt, completion, breach);
     }
+    waitFor(latency);
   }
   if (!breach.empty()) recordBreach(files, command, breach);
   if (result == 0) deliver(command, completion, uio);

@@ -2,6 +2,7 @@
 // trx_sim as a person uses it.
 #include <sys/stat.h>
 
+#include <chrono>
 #include <fstream>
 #include <regex>
 #include <set>
@@ -78,9 +79,9 @@ TEST_F(Launcher, TouchesNoDirectoryThatIsNotItsOwn) {
   const std::set<std::string> files{"host",    "topology.json", "faults", "a.state",
                                     "b.image", "c.tmp",         "d.lock"};
   for (const std::string &file : files) std::ofstream(directory + "/" + file) << "mine";
-  for (std::string verb :
-       {"show", "reset", "restart", "lspci", "run -- true", "fault clear", "fault add ones", "advance 1",
-        "pull 0", "insert 0", "pcie 0 ok", "fail 0", "insert 0 --serial S", "smart 0 temperature=1"}) {
+  for (std::string verb : {"show", "reset", "restart", "lspci", "run -- true", "fault clear",
+                           "fault add ones", "advance 1", "pull 0", "insert 0", "pcie 0 ok", "fail 0",
+                           "insert 0 --serial S", "smart 0 temperature=1", "latency 1"}) {
     const Output output = run(verb.insert(std::min(verb.find(' '), verb.size()), " " + state()));
     EXPECT_EQ(output.status, 2) << verb;
     EXPECT_NE(output.text.find(directory + ": "), std::string::npos) << output.text;
@@ -202,7 +203,8 @@ TEST_F(Launcher, NonsenseOfAHandIsRefusedAndChangesNothing) {
       {"insert 3 --serial 'A B'", "is no serial number"}, {"insert 3 --serial", "--serial needs a value"}, {"insert 32 --serial A", "no disk 32"},
       {"smart 0", "KEY=VALUE"}, {"smart 3 temperature=1", "disk 3 is not there"}, {"smart 0 temperature=1 colour=1", "'colour' is not known"},
       {"smart 0 temperature=-274", "is no number from -273 to 65262"}, {"smart 0 available_spare=101", "is no number from 0 to 100"},
-      {"smart 0 media_errors=", "is no number"}, {"smart 0 media_errors=1x", "is no number"},
+      {"smart 0 media_errors=", "is no number"}, {"smart 0 media_errors=1x", "is no number"}, {"latency 60001", "the most is 60000"},
+      {"latency -1", "'-1' is not a number"}, {"latency 5 2", "no adapter 2"},
   };
   bool exists = false;
   const std::string path = directory + "/vmhba2.state", before = sim::readText(path, exists);
@@ -216,9 +218,20 @@ TEST_F(Launcher, NonsenseOfAHandIsRefusedAndChangesNothing) {
 
 // clang-format on
 
+TEST_F(Launcher, EachExchangeTakesTheLatencyUntilItIsTakenBack) {
+  make(kHealing);
+  EXPECT_EQ(hand("latency 40").text, "");
+  EXPECT_NE(run("show " + state()).text.find("\n  each exchange takes 40 ms\n"), std::string::npos);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(pair({0xE2, 0}, RequestHeader{}), 0U);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(80));
+  hand("latency 0");
+  EXPECT_EQ(run("show " + state()).text.find(" ms\n"), std::string::npos);
+}
+
 TEST_F(Launcher, PagesTellOfEveryVerbAndNoOther) {
   const std::set<std::string> verbs = matches(run("help").text, "  trx_sim (\\w+)");
-  EXPECT_EQ(verbs.size(), 16U);
+  EXPECT_EQ(verbs.size(), 17U);
   bool exists = false;
   const std::string manual = sim::readText(TRX_SIM_DOCS "/trx_sim.1", exists);
   EXPECT_EQ(matches(manual.substr(0, manual.find("Options stand before")), "\n\\.It Cm (\\w+)"), verbs);

@@ -59,7 +59,7 @@ TEST_F(State, BrokenAndForeignFilesAreRefusedWithTheReason) {
   void (*const forgeries[])(sim::Adapter &) = {
       [](sim::Adapter &a) { std::memset(a.core.name, 'a', sizeof a.core.name); }, [](sim::Adapter &a) { a.core.vpdTarget = 2; },
       [](sim::Adapter &a) { a.core.controllerId = 34; }, [](sim::Adapter &a) { a.core.miRequestLength = 4097; },
-      [](sim::Adapter &a) { a.core.firmware.pending = 9; }, [](sim::Adapter &a) { a.core.smart.since = INT64_MIN; }, [](sim::Adapter &a) { a.disks[1].sectorSize = 0; },
+      [](sim::Adapter &a) { a.core.firmware.pending = 9; }, [](sim::Adapter &a) { a.core.latencyMillis = 60001; }, [](sim::Adapter &a) { a.core.smart.since = INT64_MIN; }, [](sim::Adapter &a) { a.disks[1].sectorSize = 0; },
       [](sim::Adapter &a) { a.disks[1].firmware.active = 0; }, [](sim::Adapter &a) { a.volumes[1].memberCount = 33; }, [](sim::Adapter &a) { a.volumes[1].forcedStatus = 12; },
       [](sim::Adapter &a) { a.namespaces[1].owner = 34; }, [](sim::Adapter &a) { a.activities[0].slot = 32; }, [](sim::Adapter &a) { a.activities[0].type = 8; },
       [](sim::Adapter &a) { a.activities[0].newMemberCount = 33; }, [](sim::Adapter &a) { a.journal[0].page = 16; }, [](sim::Adapter &a) { a.journal[0].used = 4057; },
