@@ -72,9 +72,10 @@ int runInteractive(const LineOptions &options) {
 
 /// A command of our own has the output to itself from the first line on.
 std::optional<int> startUpAside() {
+  std::FILE *answer = stream;
   stream = stderr;
   auto status = startUp();
-  stream = stdout;
+  stream = answer;
   return status;
 }
 
@@ -88,7 +89,7 @@ int runText(const LineStart &start, Tokens words) {
 
 int runDocument(const LineStart &start, Tokens words) {
   const HeedInterrupts interrupts;
-  std::signal(SIGPIPE, SIG_IGN);  // told as an output that could not be written
+  for (int unwritable : {SIGPIPE, SIGXFSZ}) std::signal(unwritable, SIG_IGN);  // told by the write
   const char *path = takeOutput(words);
   const bool noFile = path && !useDocumentFile(path);
   if (noFile) complainOutput(path, errno);

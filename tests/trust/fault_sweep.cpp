@@ -16,12 +16,14 @@
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
 
 #include "CliSession.h"
 #include "Functions/commandTables.h"
 #include "Public/common.h"
+#include "line.h"
 #include "trx/trx_api.h"
 
 namespace trx::test {
@@ -96,6 +98,9 @@ constexpr Row kRows[] = {
 
 constexpr const char *kWays[] = {"platform=5", "nvme=0x706", "signature", "status=7",
                                  "short=2",    "short=9",    "garbage",   "ones"};
+/// A way to fail, and the outcome of a document about it.
+constexpr std::pair<const char *, const char *> kTold[] = {
+    {"platform=5", "failed"}, {"platform=13", "denied"}, {"nvme=0x106", "refused"}};
 constexpr const char *kSlowWays[] = {"nvme=0x706", "platform=5", "delay=1200"};
 constexpr const char *kLateWay = "delay=5200";
 
@@ -146,6 +151,12 @@ class Sweep {
       for (size_t n = 1; n <= inLine; ++n) judge(way, run(nth(n) + way));
       run(std::string("count=1000000 ") + way);  // a controller that never answers well: it must end, too
     }
+    if (!row_.operation) {
+      tellsDocuments_ = true;
+      for (const auto &[way, outcome] : kTold)
+        for (size_t n = 1; n <= inLine; ++n) judgeDocument(outcome, run(nth(n) + way).out);
+      tellsDocuments_ = false;
+    }
     if (row_.pace == Row::Slow) return;
     for (size_t n = 1; row_.pace == Row::Late && n <= inLine; ++n) judge(kLateWay, run(nth(n) + kLateWay));
     for (const char *way : {"nvme=0x706", "garbage"})
@@ -173,7 +184,7 @@ class Sweep {
     if (!atStart && row_.before) prepare();
     if (!atStart && !fault.empty()) arm(fault);
     host.traffic();
-    CommandResult result = row_.operation ? operate() : session_.run(line_);
+    CommandResult result = row_.operation ? operate() : tellsDocuments_ ? tell() : session_.run(line_);
     lineExchanges_ = exchanges(host.traffic());
     if (!atStart && fault.starts_with("nth") &&
         std::filesystem::file_size(host.stateDirectory() / "faults") != 0)
@@ -199,6 +210,32 @@ class Sweep {
     Capture standardOutput(STDOUT_FILENO), standardError(STDERR_FILENO);
     const TRX_U32 status = row_.operation();
     return {static_cast<int32_t>(status), "", standardOutput.text(), standardError.text()};
+  }
+
+  /// The line as a document.
+  CommandResult tell() {
+    std::vector<char> text(line_.begin(), line_.end());
+    text.push_back('\0');
+    std::array<char *, kMaxTokens> tokens{};
+    int32_t count = 0, status = 0;
+    parse(&count, tokens.data(), text.data());
+    LineStart start;
+    start.options.json = true;
+    Capture standardError(STDERR_FILENO);
+    return {status, documentOfCommand(start, {tokens.data(), static_cast<size_t>(count)}, status), "", ""};
+  }
+
+  /// What hindered a reading that the command does not need is told at least.
+  void judgeDocument(const std::string &outcome, const std::string &text) {
+    const nlohmann::json document = nlohmann::json::parse(text, nullptr, false);
+    if (document.is_discarded()) return fail("no document", text);
+    if (verbose) dprintf(reportDescriptor, "%s => %s", report->running, text.c_str());
+    const std::string told = document["outcome"];
+    if (told == outcome || told == "partial") return;
+    const auto &messages = document["messages"];
+    const bool warned =
+        std::any_of(messages.begin(), messages.end(), [](auto &each) { return each["severity"] != "info"; });
+    if (told != "ok" || !warned) fail("the outcome is " + told + ", not " + outcome, text);
   }
 
   static size_t exchanges(const Words &traffic) {
@@ -261,6 +298,7 @@ class Sweep {
   CliSession session_;
   std::string line_;
   size_t startExchanges_ = 0, lineExchanges_ = 0;
+  bool tellsDocuments_ = false;
 };
 
 int missingCommands() {

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Options before the command: what they make of a line, how it ends, and where its document goes.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <array>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "CliSession.h"
+#include "Functions/changes/guard.h"
+#include "Functions/changes/requests.h"
+
+namespace trx::test {
+namespace {
+
+using namespace ::testing;
+using nlohmann::json;
+
+/// A line, its exit status, and what stands at a place of its document.
+struct Told {
+  Words words;
+  int status;
+  const char *at;
+  json value;
+};
+
+json documentIn(const std::string &line) {
+  EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << line;
+  return json::parse(line, nullptr, false);
+}
+
+void expectTold(SimHost &host, const std::vector<Told> &rows) {
+  for (const Told &row : rows) {
+    SCOPED_TRACE(PrintToString(row.words));
+    const Outcome outcome = host.cli(row.words);
+    const json document = documentIn(outcome.out);
+    EXPECT_EQ(document.value(json::json_pointer(row.at), json("nothing there")), row.value) << outcome.out;
+    EXPECT_EQ(document["exit_status"], row.status);
+    EXPECT_EQ(outcome.status, row.status);
+  }
+}
+
+// Rows are read as tables.
+// clang-format off
+
+TEST(Line, IsADocumentWhateverHappens) {
+  SimHost host;
+  expectTold(host, {
+    {{"--json", "inf", "-o", "vd", "-i", "1"}, 0, "/command", {"info", "-o", "vd", "-i", "1"}},
+    {{"--json", "1", "version"}, 0, "/adapter", {{"id", 1}, {"device", "vmhba3"}}}, {{"1", "--json", "version"}, 0, "/adapter/id", 1},
+    {{"7", "--json", "version"}, 3, "/adapter", nullptr}, {{"--json", "7", "version"}, 3, "/messages/0", {{"severity", "error"}, {"text", "Adapter ID 7 is not exist"}}},
+    {{"--json", "BoGus", "x"}, 2, "/command/0", "BoGus"}, {{"--json", "--json", "version"}, 2, "/outcome", "usage"}, {{"--json", "--strict", "--strict", "version"}, 2, "/outcome", "usage"},
+    {{"--expect", "a=b", "--json", "--expect"}, 2, "/outcome", "usage"}, {{"--json", "--expect", "name=x", "info", "-o", "vd"}, 2, "/outcome", "usage"},
+    {{"--json", "--help"}, 0, "/adapter", nullptr}, {{"--json", "vd", "-h"}, 0, "/outcome", "ok"}, {{"--json", "vd"}, 2, "/outcome", "usage"},
+    {{"--json", "info", "-o", "vd", "-i", "60"}, 3, "/status", {{"source", "firmware"}, {"code", 7}, {"sct", nullptr}, {"sc", nullptr}, {"text", "Invalid LD ID"}}},
+    {{"--json", "vd", "-a", "create", "-r", "1", "-d", "0,7"}, 1, "/status", {{"source", "nvme"}, {"code", 0x73b}, {"sct", 7}, {"sc", 59}, {"text", "HD is assigned"}}},
+    {{"--json", "--expect", "name=logs,status=degrade", "--dry-run", "vd", "-a", "delete", "-i", "1"}, 0, "/data/would_send/0/function", "Delete VD"},
+    {{"--json", "--expect", "name=lögs", "vd", "-a", "delete", "-i", "1"}, 6, "/data/found/0/value", "logs"}, {{"--json", "--expect", "nam=logs", "vd", "-a", "delete", "-i", "1"}, 2, "/outcome", "usage"},
+    {{"--json", "--expect", "size_bytes=1920383320064,importable=false", "--dry-run", "mp", "-i", "1"}, 0, "/outcome", "ok"}, {{"--json", "--expect", "name=x", "vd", "-a", "delete", "-i", "9"}, 3, "/outcome", "not_found"},
+    {{"--json", "info", "-o", "vd", "-i", "1"}, 0, "/data/virtual_disks/0/name", "logs"},
+  });
+  EXPECT_EQ(host.violations(), "");
+  // A listing without one of its objects is partial; without all of them it failed as they did.
+  const std::vector<std::pair<Words, Told>> faults = {
+    {{"group=e2", "sub=0", "nth=2", "platform=5"}, {{"--json", "info", "-o", "vd"}, 7, "/data/virtual_disks/1", {{"id", 1}, {"error", {{"source", "platform"}, {"code", 5}, {"sct", nullptr}, {"sc", nullptr}, {"text", "Input/output error"}}}}}},
+    {{"group=e2", "sub=0", "count=99", "nvme=0x6"}, {{"--json", "info", "-o", "vd"}, 1, "/status/text", "Internal Error"}}, {{"group=e2", "sub=0", "count=99", "platform=13"}, {{"--json", "info", "-o", "vd"}, 4, "/outcome", "denied"}},
+    {{"group=e2", "sub=0", "signature"}, {{"--json", "info", "-o", "vd", "-i", "0"}, 5, "/status/text", "Bad message"}}, {{"adapter=vmhba2", "group=e0", "sub=0", "nth=2", "platform=5"}, {{"--json", "info", "-o", "vd"}, 5, "/outcome", "failed"}},
+    {{"op=6", "nth=3", "nvme=0x6"}, {{"--json", "info", "-o", "hba"}, 7, "/data/adapters/0/host_id", nullptr}}, {{"op=e2", "group=e0", "sub=1", "platform=5"}, {{"--json", "get", "-o", "hba", "-i", "0"}, 5, "/outcome", "failed"}},
+  };
+  for (const auto &[fault, row] : faults) {
+    Words add = fault;
+    add.insert(add.begin(), "add");
+    host.sim("fault", add);
+    expectTold(host, {row});
+    host.sim("fault clear");
+  }
+}
+
+TEST(Line, EndsAsItsOutcome) {
+  SimHost host, none("empty");
+  const std::vector<std::pair<Words, int>> rows = {
+    {{"--strict", "vd", "-a"}, 2}, {{"--strict", "info", "-o", "vd", "-i", "60"}, 3}, {{"info", "-o", "vd", "-i", "60"}, 0}, {{"--strict", "spi", "-t", "write"}, 1},
+    {{"--dry-run", "vd", "-a", "delete", "-i", "1"}, 0}, {{"--dry-run", "vd", "-a", "x"}, 0}, {{"--strict", "--dry-run", "vd", "-a", "x"}, 2}, {{"--expect", "name=x", "vd", "-a", "delete", "-i", "1"}, 6},
+    {{"--expect", "x=1", "version"}, 2}, {{"--expect"}, 2}, {{"--json=x"}, 1}, {{"--d"}, 0}, {{"--strict", "9", "version"}, 3},
+  };
+  for (const auto &[words, status] : rows) EXPECT_EQ(host.cli(words).status, status) << PrintToString(words);
+  // The text of a strict line is that of a plain one.
+  for (const char *line : {"info -o vd -i 60", "vd -a delete -i 9", "bogus", "event -c 2", "adapter -s x"}) {
+    Words plain = wordsOf(line), strict = plain;
+    strict.insert(strict.begin(), "--strict");
+    const Outcome one = host.cli(plain), other = host.cli(strict);
+    EXPECT_EQ(other.out + other.err, one.out + one.err);
+  }
+}
+
+TEST(Session, AnswersEachLineAndEndsWithTheWorst) {
+  SimHost host;
+  const std::string tooLong(2048, 'x'), many = [] { std::string line; for (int i = 0; i < 65; ++i) line += "a "; return line; }();
+  const Outcome session = host.cli({"--json"}, "version\n\n \t\n\"open\n" + tooLong + "\n" + many + "\n1 info -o pd -i 0\n--dry-run reset -i 0\nwatch\nadapter -i 1\nversion\nexit\nversion\n");
+  Words outcomes;
+  std::istringstream lines(session.out);
+  for (std::string line; std::getline(lines, line);) {
+    const json document = json::parse(line);
+    outcomes.push_back(document["outcome"].get<std::string>() + (document["adapter"].is_null() ? "" : document["adapter"]["id"].dump()));
+  }
+  EXPECT_THAT(outcomes, ElementsAre("ok0", "usage0", "usage0", "usage0", "ok1", "ok0", "usage0", "ok1", "ok1"));
+  EXPECT_EQ(session.status, 2);
+  EXPECT_EQ(session.err, "");
+  // At the prompt they hold for a line; of the shell, for every line.
+  const Outcome shell = host.cli({"--dry-run"}, "vd -a delete -i 1\ninfo -o vd -i 1\n--json 1 version\nquit\n");
+  EXPECT_THAT(shell.out, AllOf(HasSubstr("Dry run: nothing was sent.\n"), HasSubstr("Name:                logs"), HasSubstr("{\"id\":1,\"device\":\"vmhba3\"}")));
+}
+
+TEST(Document, ArrivesWholeOrNotAtAll) {
+  SimHost host;
+  const std::string file = host.directory() / "out", program = TRX_CLI_PATH;
+  auto shell = [&](const std::string &line) { return runProgram(host.runWords({"sh", "-c", line})); };
+  std::ofstream(file) << "before\n";
+  EXPECT_EQ(shell(program + " --json version -output " + file).out, "");
+  EXPECT_THAT(readFile(file), AllOf(StartsWith("before\n{"), EndsWith("}\n")));
+  const Outcome full = shell(program + " --json version -output /dev/full");
+  EXPECT_EQ(documentIn(full.out)["outcome"], "ok");
+  EXPECT_EQ(full.status, 5);
+  const Outcome unopened = shell(program + " --json version -output /none/x");
+  EXPECT_EQ(documentIn(unopened.out)["exit_status"], 5);
+  EXPECT_EQ(shell(program + " --json version >/dev/full").status, 5);
+  EXPECT_EQ(shell("(" + program + " --json info -o vd; echo $? >" + file + ") | true").status, 0);
+  EXPECT_EQ(shell("ulimit -f 0; " + program + " --json version -output " + file + ".small").status, 5);
+  EXPECT_EQ(readFile(file + ".small"), "");
+}
+
+TEST(Changes, AreToldFromReadings) {
+  const struct { std::array<TRX_U32, 16> cdw; const char *name; bool changes; } rows[] = {
+    {{0xE2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x104E2}, "Delete VD", true}, {{0xE2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x00E2}, "Get VD information", false},
+    {{0xC2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x4006}, "Read from disk", false}, {{0xC3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x80}, "Command of disk", true},
+    {{0xC2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x0A}, "Read from disk", false}, {{0xC2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x11}, "Firmware Image Download to disk", true},
+    {{0x15, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}, "Attach namespace", true}, {{0x15, 1, 0, 0, 0, 0, 0, 0, 0, 0, 1}, "Detach namespace", true},
+    {{0x1E}, "NVMe-MI Receive", false}, {{0xE2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFFE2}, nullptr, true}, {{0x80}, nullptr, true},
+  };
+  for (const auto &row : rows) {
+    const Wire wire{0, row.cdw, {}};
+    const RequestRow *found = rowOf(wire);
+    EXPECT_STREQ(found ? found->name : nullptr, row.name);
+    EXPECT_EQ(changesSomething(wire), row.changes);
+  }
+  std::vector<std::pair<std::string, std::string>> pairs;
+  EXPECT_TRUE(readExpectations("name=a\\,b=c,x=", pairs));
+  EXPECT_THAT(pairs, ElementsAre(Pair("name", "a,b=c"), Pair("x", "")));
+  for (const char *wrong : {"", "a", "=b", "a=b,", ",a=b", "a=b,c"}) EXPECT_FALSE(readExpectations(wrong, pairs)) << wrong;
+}
+
+// clang-format on
+
+}  // namespace
+}  // namespace trx::test
