@@ -81,8 +81,10 @@ std::optional<int> startUpAside() {
 
 int runText(const LineStart &start, Tokens words) {
   const bool own = isOwnCommand(words);
-  if (auto status = redirectOutput(words))
-    return start.options.strict ? static_cast<int>(Outcome::Failed) : *status;
+  if (auto status = redirectOutput(words)) {
+    if (isForMonitors(words)) return static_cast<int>(State::Unknown);
+    return start.options.strict || own ? static_cast<int>(Outcome::Failed) : *status;
+  }
   const Listening listening(own ? Hearing::Divert : Hearing::PassOn);
   return shutDown(runCommand(start, words, own ? startUpAside : startUp));
 }

@@ -29,6 +29,9 @@ LineStart startOfLine(Tokens words, const LineOptions &inherited = {});
 /// Whether one of our own commands is asked for, which speaks for itself from the first line on.
 bool isOwnCommand(Tokens words);
 
+/// Whether its exit status is a state for monitors, not an outcome.
+bool isForMonitors(Tokens words);
+
 /// Run the command of a line, from its word on. The library has been started, or is by `prepare`.
 /// @param prepare done first, within the line; its result ends the line
 /// @return the status of the line: its outcome where the options ask for that, else the command's result;

@@ -102,6 +102,18 @@ const Command_Info hiddenCmdTableV1[] = {
 };
 // clang-format on
 
+namespace {
+
+// Whole words only, looked up when no other table has a match: `help` and abbreviations stay as they are.
+// clang-format off
+constexpr Command_Info kOwn[] = {
+    row("health",  doHealth,  health_help,  ":State of all NVMe Controllers, as monitors want it"),
+    row("metrics", doMetrics, metrics_help, ":The same as metrics for a textfile collector"),
+};
+// clang-format on
+
+}  // namespace
+
 uint16_t generalCmdTableV1Size() { return kGeneral.size(); }
 uint16_t hiddenCmdTableV1Size() { return std::size(hiddenCmdTableV1); }
 
@@ -110,6 +122,8 @@ void useCommandTables() {
   cmdTableSize = generalCmdTableV1Size();
   pHiddenCmdTable = hiddenCmdTableV1;
   hiddenCmdTableSize = hiddenCmdTableV1Size();
+  pOwnCmdTable = kOwn;
+  ownCmdTableSize = std::size(kOwn);
 }
 
 const char *generalCommandWord(size_t index) {

@@ -47,6 +47,10 @@ int32_t doMIPassthruRead(int argc, char **argv, const Command_Info *row);
 int32_t doMIPassthruWrite(int argc, char **argv, const Command_Info *row);
 
 // What completion knows of the listed commands.
+// Our own commands.
+int32_t doHealth(int argc, char **argv, const Command_Info *row);
+int32_t doMetrics(int argc, char **argv, const Command_Info *row);
+
 extern const OptionList help_options;
 extern const OptionList adapter_options;
 extern const OptionList version_options;
@@ -108,6 +112,8 @@ extern const char sriov_help[];
 extern const char hotkey_help[];
 extern const char mi_passthruread_help[];
 extern const char mi_passthruwrite_help[];
+extern const char health_help[];
+extern const char metrics_help[];
 
 }  // namespace trx
 

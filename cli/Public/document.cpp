@@ -74,15 +74,7 @@ class Writer {
   }
   void operator()(const std::string &value) { set(printable(value)); }
   void operator()(Hex hex) { set(hex.value); }
-  void operator()(Capacity size) {
-    // 96 bits at most: in two halves.
-    uint64_t low = (size.sectors & UINT32_MAX) * size.sectorBytes;
-    uint64_t high = (size.sectors >> 32) * size.sectorBytes + (low >> 32);
-    Counter bytes{};
-    for (size_t i = 0; i < 4; ++i) bytes.bytes[i] = static_cast<uint8_t>(low >> 8 * i);
-    for (size_t i = 0; i < 8; ++i) bytes.bytes[4 + i] = static_cast<uint8_t>(high >> 8 * i);
-    (*this)(bytes);
-  }
+  void operator()(Capacity size) { (*this)(product(counterOf(size.sectors), size.sectorBytes)); }
   void operator()(Enumerated value) {
     std::string word = lowered(value.word);
     if (saysNothing(word)) {
@@ -119,6 +111,7 @@ class Writer {
   }
   void operator()(Bytes bytes) { set(hexDigits(bytes.data)); }
   void operator()(const Numbers &numbers) { set(numbers.values); }
+  void operator()(Ratio ratio) { set(ratio.hundredths / 100.0); }
   void operator()(const Shown &shown) { std::visit(*this, shown.fact); }
 
  private:
@@ -223,6 +216,24 @@ std::string Object::typed(const std::string &key) const {
   auto found = node_->find(key);
   if (found == node_->end()) return {};
   return found->is_string() ? found->get<std::string>() : found->dump();
+}
+
+Counter counterOf(uint64_t number) {
+  Counter counter{};
+  for (size_t i = 0; i < sizeof number; ++i) counter.bytes[i] = static_cast<uint8_t>(number >> 8 * i);
+  return counter;
+}
+
+Counter product(const Counter &counter, uint32_t factor) {
+  Counter result{};
+  uint64_t carry = 0;
+  for (size_t i = 0; i < counter.bytes.size(); ++i) {
+    carry += uint64_t{counter.bytes[i]} * factor;
+    result.bytes[i] = static_cast<uint8_t>(carry);
+    carry >>= 8;
+  }
+  if (carry != 0) result.bytes.fill(0xFF);
+  return result;
 }
 
 Document::Document() : json_(new Json(Json::object())) {}

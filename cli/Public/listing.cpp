@@ -45,6 +45,9 @@ struct TextPrinter {
     for (int64_t number : numbers.values) line += std::to_string(number) + " ";
     text(line.c_str());
   }
+  void operator()(Ratio ratio) const {
+    std::fprintf(out, "%-*s %g\n", width, label, ratio.hundredths / 100.0);
+  }
   void operator()(const Shown &shown) const { text(shown.text.c_str()); }
 
   void text(const char *value) const { std::fprintf(out, "%-*s %s\n", width, label, value); }

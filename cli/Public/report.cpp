@@ -23,6 +23,7 @@ struct Report {
   Document data;
   std::vector<Message> messages;
   Outcome outcome = Outcome::Ok;
+  State state = State::Unknown;
   bool wrongLine = false;
   bool helped = false;  ///< the help was asked for
   Failure status;
@@ -96,6 +97,9 @@ void noteListing(size_t read, const Failure &worst) {
 }
 
 Outcome outcomeNow() { return gReport.wrongLine ? Outcome::Usage : gReport.outcome; }
+
+void tellState(State state) { gReport.state = state; }
+State stateTold() { return gReport.state; }
 
 Aside::Aside() { ++gAside; }
 Aside::~Aside() { --gAside; }

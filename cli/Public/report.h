@@ -57,6 +57,13 @@ void noteListing(size_t read, const Failure &worst);
 
 Outcome outcomeNow();
 
+/// The state that a monitor is told by the exit status of the text form, whatever the outcome. The values are
+/// those of the Monitoring Plugins guidelines.
+enum class State : uint8_t { Ok = 0, Warning = 1, Critical = 2, Unknown = 3 };
+void tellState(State state);
+/// `Unknown` until it is told.
+State stateTold();
+
 /// While one lives, exchanges that fail are their caller's to judge: they leave the outcome as it is.
 class Aside {
  public:

@@ -51,6 +51,10 @@ struct Bytes {
 struct Numbers {
   std::vector<int64_t> values;
 };
+/// From 0 to 1, or beyond: the one kind of number of a document that is no integer.
+struct Ratio {
+  unsigned hundredths;
+};
 using Scalar = std::variant<Nothing, bool, int64_t, uint64_t, std::string>;
 /// A value that people and machines are shown differently.
 struct Shown {
@@ -59,10 +63,15 @@ struct Shown {
 };
 
 using Value = std::variant<Nothing, bool, int64_t, uint64_t, std::string, Hex, Capacity, Enumerated, Flags,
-                           DeviceField, Counter, Bytes, Numbers, Shown>;
+                           DeviceField, Counter, Bytes, Numbers, Ratio, Shown>;
 
 /// All decimal digits of the number: no built-in printing goes beyond 64 bits.
 std::string digitsOf(const Counter &counter);
+
+Counter counterOf(uint64_t number);
+
+/// The largest counter where it does not fit.
+Counter product(const Counter &counter, uint32_t factor);
 
 }  // namespace trx
 
