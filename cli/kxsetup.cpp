@@ -29,6 +29,9 @@ struct Arguments {
   Tokens from(size_t first) const { return Tokens(words, static_cast<size_t>(count)).subspan(first); }
 };
 
+/// The status of a success whose output could not be written.
+int gUnwritten = 1;
+
 /// Take the `-output FILE` of a line, wherever it stands among the words, and turn its word into the option
 /// with code 1, which every command accepts and ignores.
 /// @return the path; null for none
@@ -81,16 +84,16 @@ std::optional<int> startUpAside() {
 
 int runText(const LineStart &start, Tokens words) {
   const bool own = isOwnCommand(words);
-  if (auto status = redirectOutput(words)) {
-    if (isForMonitors(words)) return static_cast<int>(State::Unknown);
-    return start.options.strict || own ? static_cast<int>(Outcome::Failed) : *status;
-  }
+  if (start.options.strict || own) gUnwritten = static_cast<int>(Outcome::Failed);
+  if (isForMonitors(words)) gUnwritten = static_cast<int>(State::Unknown);
+  if (redirectOutput(words)) return gUnwritten;
   const Listening listening(own ? Hearing::Divert : Hearing::PassOn);
   return shutDown(runCommand(start, words, own ? startUpAside : startUp));
 }
 
 int runDocument(const LineStart &start, Tokens words) {
   const HeedInterrupts interrupts;
+  gUnwritten = static_cast<int>(Outcome::Failed);
   for (int unwritable : {SIGPIPE, SIGXFSZ}) std::signal(unwritable, SIG_IGN);  // told by the write
   const char *path = takeOutput(words);
   const bool noFile = path && !useDocumentFile(path);
@@ -140,5 +143,5 @@ int main(int argc, char **argv) {
   trx::watchOutput();
   int status = trx::run({argc, argv});
   // Output that could not be written turns success into failure.
-  return trx::closeOutput() || status != 0 ? status : 1;
+  return trx::closeOutput() || status != 0 ? status : trx::gUnwritten;
 }
