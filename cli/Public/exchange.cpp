@@ -48,10 +48,35 @@ void hinderedBy(const Failure &failure) {
   if (!gStart) gStart = failure;
 }
 
-template <typename Call>
-TRX_U32 perform(const Wire &wire, Call call) {
+bool isCommit(const Wire &wire) {
+  const bool forwarded = wire.cdw[0] == TRX_OPCODE_DISK_WRITE;
+  return (forwarded ? wire.cdw[14] & 0xFF : wire.cdw[0]) == TRX_NVME_FIRMWARE_COMMIT;
+}
+
+bool isAboutNamespace(const Wire &wire) {
+  return wire.cdw[0] == TRX_NVME_NAMESPACE_ATTACHMENT ||
+         (wire.cdw[0] == TRX_OPCODE_CONTROLLER && (wire.cdw[12] & 0xFF) == TRX_GROUP_NS);
+}
+
+/// What a completion means depends on what was asked (NVMe base standard): an image that will run from the
+/// next reset on has been taken, and a namespace that is invalid is none.
+Failure failureOf(const Wire &wire, TRX_U32 status) {
+  constexpr TRX_U32 kFromNextReset[] = {0x100 | TRX_FWACT_REQ_CON_RESET, 0x100 | TRX_FAR_NVM_SR,
+                                        0x100 | TRX_FARR};
+  if (isCommit(wire) && std::ranges::find(kFromNextReset, status) != std::end(kFromNextReset)) return {};
+  Failure failure = failureOfCompletion(status);
+  if (isAboutNamespace(wire) && status == TRX_NVME_SC_INVALID_NS) failure.outcome = Outcome::NotFound;
+  return failure;
+}
+
+void beforeExchange() {
   if (isTried()) throw LineEnds{};
   endIfInterrupted();
+}
+
+template <typename Call>
+TRX_U32 perform(const Wire &wire, Call call) {
+  beforeExchange();
   if (gBeforeSend) gBeforeSend(wire);
   noteStart();
   gPlatformError = 0;
@@ -59,7 +84,7 @@ TRX_U32 perform(const Wire &wire, Call call) {
   TRX_U32 status = call();
   gInLibrary = false;
   // Of a call that failed and a completion that did not succeed, the completion tells more.
-  gLast = status != 0 ? failureOfCompletion(status) : failureOfPlatform(gPlatformError);
+  gLast = status != 0 ? failureOf(wire, status) : failureOfPlatform(gPlatformError);
   note(gLast);
   return status;
 }
@@ -94,6 +119,20 @@ TRX_U32 sendPassthru(TRX_U8 adapter, const trx_admin_command_format &record, std
   });
 }
 
+LibrarySends::LibrarySends() {
+  beforeExchange();
+  noteStart();
+  gPlatformError = 0;
+  gInLibrary = true;
+}
+
+LibrarySends::~LibrarySends() { gInLibrary = false; }
+
+Failure LibrarySends::failure(const Wire &last, TRX_U32 status) {
+  const Failure platform = failureOfPlatform(gPlatformError);
+  return status == 0 || platform.outcome == Outcome::Denied ? platform : failureOf(last, status);
+}
+
 const Failure &lastFailure() { return gLast; }
 
 void forgetExchange() { gLast = {}; }
@@ -107,7 +146,8 @@ void noteReply(const Failure &failure) {
 bool hearLibrary(std::string_view text) {
   if (!gInLibrary) return false;
   if (auto words = between(text, "NVMEDevice_sendCommand Failed, ", "."); !words.empty()) {
-    gPlatformError = errorNamed(words);
+    // Of several, as a worker has them, the one that shuts the user out counts.
+    if (failureOfPlatform(gPlatformError).outcome != Outcome::Denied) gPlatformError = errorNamed(words);
   } else if (words = between(text, "no semaphore ", ")."); !words.empty()) {
     words.remove_prefix(std::min(words.find('(') + 1, words.size()));
     // Nobody is shut out by a semaphore that is not there; by one that he may not use he is.

@@ -18,6 +18,7 @@ struct Wire {
   TRX_U8 adapter;
   std::array<TRX_U32, 16> cdw;  ///< dword 0 is the opcode, dword 1 the NSID or disk id
   std::span<const TRX_U8> data;
+  uint64_t imageBytes = 0;  ///< of a firmware image that is sent in pieces, of which this is the first
 };
 
 /// Looks at a request before it is sent; it may throw `LineEnds`. Null for nobody.
@@ -34,6 +35,19 @@ TRX_U32 sendPassthru(TRX_U8 adapter, const trx_admin_command_format &record, std
 /// How the last request went. A platform call or a driver that failed counts, also where the completion
 /// says success and the command goes on.
 const Failure &lastFailure();
+
+/// While it lives the library sends on a worker of its own. What it says of that tells how it goes.
+class LibrarySends {
+ public:
+  LibrarySends();
+  ~LibrarySends();
+  LibrarySends(const LibrarySends &) = delete;
+  LibrarySends &operator=(const LibrarySends &) = delete;
+
+  /// The worker has ended with a status of `last`.
+  /// @return what it met, which is left to the caller to note
+  static Failure failure(const Wire &last, TRX_U32 status);
+};
 
 /// Nothing has been asked yet.
 void forgetExchange();

@@ -83,6 +83,10 @@ size_t CommandFile::read_file(void *buffer, size_t bytes) {
   return file_ ? std::fread(buffer, 1, bytes, file_.get()) : 0;
 }
 
+void CommandFile::rewind() {
+  if (file_) std::rewind(file_.get());
+}
+
 bool CommandFile::write_file(const void *buffer, size_t bytes) {
   if (bytes == 0) return isOpen();  // there may be no buffer then
   return file_ && (std::fwrite(buffer, 1, bytes, file_.get()) == bytes || tellUnwritten());

@@ -41,6 +41,9 @@ class CommandFile {
   /// @return bytes read, fewer than asked for at the end of the file or on an error
   size_t read_file(void *buffer, size_t bytes);
 
+  /// Read from the beginning again.
+  void rewind();
+
   /// @return whether all bytes were taken; prints "Unable to write file '%s': %s\n" when not
   bool write_file(const void *buffer, size_t bytes);
 

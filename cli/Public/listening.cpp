@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Public/listening.h"
 
+#include <cstdarg>
+#include <mutex>
 #include <string_view>
 
 #include "Public/common.h"
@@ -31,7 +33,10 @@ void endLine(Ear &ear) {
   ear.severity = Severity::Info;
 }
 
+std::mutex gGathering;  ///< the library has a worker, which says something, too
+
 void gather(Ear &ear, std::string_view text, Severity severity) {
+  const std::lock_guard gathering(gGathering);
   while (!text.empty()) {
     size_t end = text.find('\n');
     ear.line += text.substr(0, end);
@@ -84,6 +89,7 @@ void divertMessage(void *, int, const char *text) {
 
 Hearing gHearing = Hearing::PassOn;
 Ear *gTaker = nullptr;
+std::FILE *gScreen = nullptr;  ///< the standard error behind what is gathered
 
 void giveLibrary(Hearing hearing, Ear *taker) {
   gHearing = hearing;
@@ -103,11 +109,12 @@ void giveLibrary(Hearing hearing, Ear *taker) {
 }  // namespace
 
 Listening::Listening(Hearing hearing)
-    : streamBefore_(stream), hearingBefore_(gHearing), takerBefore_(gTaker) {
+    : streamBefore_(stream), screenBefore_(gScreen), hearingBefore_(gHearing), takerBefore_(gTaker) {
   std::fflush(stdout);
   const bool gathers = hearing == Hearing::Gather || hearing == Hearing::Mute;
   const bool sameStream = stream == stdout;
   out_ = listen(stdout, !gathers, gathers, Severity::Info);
+  if (hearing == Hearing::Gather) gScreen = stderr;
   error_ = listen(stderr, hearing != Hearing::Mute, gathers, Severity::Error);
   if (gathers || sameStream) stream = stdout;
   giveLibrary(hearing, out_.get());
@@ -118,6 +125,22 @@ Listening::~Listening() {
   stop(error_.get());
   stop(out_.get());
   stream = streamBefore_;
+  gScreen = screenBefore_;
+}
+
+void Progress::tell(const char *format, ...) {
+  char line[128];
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(line, sizeof line, format, arguments);
+  va_end(arguments);
+  if (!gScreen) {
+    std::fputs(line, stream);
+  } else if (line != last_) {
+    std::fputs(line, gScreen);
+    std::fflush(gScreen);
+  }
+  last_ = line;
 }
 
 }  // namespace trx

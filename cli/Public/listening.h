@@ -30,9 +30,19 @@ class Listening {
 
  private:
   std::unique_ptr<Ear> out_, error_;
-  std::FILE *streamBefore_;
+  std::FILE *streamBefore_, *screenBefore_;
   Hearing hearingBefore_;
   Ear *takerBefore_;
+};
+
+/// How far a long command is. It is printed on `stream` or, where that is gathered, on the standard error
+/// behind it: there a line per change.
+class Progress {
+ public:
+  [[gnu::format(printf, 2, 3)]] void tell(const char *format, ...);
+
+ private:
+  std::string last_;
 };
 
 }  // namespace trx

@@ -70,6 +70,8 @@ Listing::Listing(int labelWidth) : labelWidth_(labelWidth), answered_(!lastFailu
   if (gathersFacts()) object_ = data();
 }
 
+Listing::Listing(const Object &object) : labelWidth_(0), object_(object), answered_(!lastFailure()) {}
+
 Listing::Listing(int labelWidth, const char *array) : labelWidth_(labelWidth), answered_(!lastFailure()) {
   if (gathersFacts()) object_ = data().append(array);
 }

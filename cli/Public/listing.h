@@ -24,6 +24,8 @@ class Listing {
  public:
   /// Of facts of the line itself.
   explicit Listing(int labelWidth);
+  /// Of an object that stands elsewhere: facts alone.
+  explicit Listing(const Object &object);
   /// Of one object of a kind; `array` is the key of that kind.
   Listing(int labelWidth, const char *array);
 

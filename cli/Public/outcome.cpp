@@ -31,6 +31,10 @@ Outcome worseOf(Outcome one, Outcome other) {
   return *std::ranges::find_if(kOrder, [&](Outcome each) { return each == one || each == other; });
 }
 
+const Failure &worseOf(const Failure &one, const Failure &other) {
+  return worseOf(one.outcome, other.outcome) == one.outcome ? one : other;
+}
+
 Failure failureOfCompletion(TRX_U32 status) {
   constexpr TRX_U32 kVendorType = 7, kLargest = 0x7FF;
   if (status > kLargest) return failureOfPlatform(static_cast<int32_t>(status));

@@ -40,6 +40,9 @@ struct Failure {
   explicit operator bool() const { return outcome != Outcome::Ok; }
 };
 
+/// The one of two with the worse outcome, the first where they are alike.
+const Failure &worseOf(const Failure &one, const Failure &other);
+
 /// The status of an NVMe completion (status code type * 256 + status code), or the number of the error
 /// with which the library did not even send it. 0 is none.
 Failure failureOfCompletion(TRX_U32 status);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Public/report.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "Public/common.h"
@@ -33,6 +34,7 @@ Report gReport;
 bool gTried = false;
 Document *gGathered = nullptr;  ///< of `Gather`
 int gAside = 0;
+int gForgiving = 0;
 Severity gSeverity = Severity::Info;
 
 /// Print with a severity, for those who gather messages from what is printed.
@@ -104,6 +106,9 @@ State stateTold() { return gReport.state; }
 Aside::Aside() { ++gAside; }
 Aside::~Aside() { --gAside; }
 
+Forgiving::Forgiving() { ++gForgiving; }
+Forgiving::~Forgiving() { --gForgiving; }
+
 bool gathersFacts() { return gLine.json || gGathered; }
 
 Object data() { return (gGathered ? *gGathered : gReport.data).root(); }
@@ -132,12 +137,13 @@ bool isTried() { return gTried; }
 void beginReport(LineOptions options) {
   gLine = std::move(options);
   gReport = {};
-  gAside = 0;
+  gAside = gForgiving = 0;
   forgetExchange();
 }
 
 void noteMessage(Severity severity, const std::string &text) {
   if (text.find_first_not_of(" \t\r") == std::string::npos) return;
+  if (gForgiving > 0) severity = std::min(severity, Severity::Warning);
   gReport.messages.push_back({severity, text});
 }
 

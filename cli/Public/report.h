@@ -73,6 +73,18 @@ class Aside {
   Aside &operator=(const Aside &) = delete;
 };
 
+/// One on which nothing depends: what goes wrong is a warning in a document. People read the usual lines.
+class Forgiving {
+ public:
+  Forgiving();
+  ~Forgiving();
+  Forgiving(const Forgiving &) = delete;
+  Forgiving &operator=(const Forgiving &) = delete;
+
+ private:
+  Aside aside_;
+};
+
 /// Thrown to end a line before its request is sent: by a dry run, by a guard that does not hold, and when
 /// somebody interrupts it. What it had to say has been said.
 struct LineEnds {};

@@ -80,9 +80,15 @@ void showDwords(const Wire &wire) {
   }
 }
 
+uint64_t piecesOf(const Wire &wire) { return (wire.imageBytes + wire.data.size() - 1) / wire.data.size(); }
+
 void showData(const Wire &wire) {
   constexpr size_t kShown = 16;
   if (wire.data.empty()) return;
+  if (wire.imageBytes != 0)
+    heading("Image: %llu bytes in %llu pieces, of which this is the first\n",
+            static_cast<unsigned long long>(wire.imageBytes),
+            static_cast<unsigned long long>(piecesOf(wire)));
   heading("Data: %zu bytes:", wire.data.size());
   for (size_t i = 0; i < std::min(kShown, wire.data.size()); ++i) heading(" %02x", wire.data[i]);
   heading(wire.data.size() > kShown ? " ...\n" : "\n");
@@ -108,6 +114,10 @@ void show(const Wire &wire) {
   entry.put("device", std::string(device));
   entry.put("dwords", Numbers{{wire.cdw.begin(), wire.cdw.end()}});
   entry.put("data", Bytes{wire.data});
+  if (wire.imageBytes != 0) {
+    entry.put("image_bytes", wire.imageBytes);
+    entry.put("segment_count", piecesOf(wire));
+  }
   entry.array("loss");
   for (const std::string &loss : losses) entry.appendText("loss", loss);
 }

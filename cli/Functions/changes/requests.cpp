@@ -31,6 +31,12 @@ Targets members(const Wire &wire) {
   return disks;
 }
 
+/// A power pin is no disk, although its id stands where theirs do.
+Targets diskOrPin(const Wire &wire) {
+  constexpr TRX_U32 kPowerPin = 1;
+  return (wire.cdw[14] >> 16 & 0xFF) == kPowerPin ? adapter(wire) : disk(wire);
+}
+
 Targets volumeAndDisk(const Wire &wire) {
   return {{Kind::Volume, wire.cdw[14] & 0xFFFF}, {Kind::Disk, wire.cdw[14] >> 16}};
 }
@@ -57,6 +63,7 @@ constexpr FunctionRow kFunctions[] = {
     {0xE0, 0x07, {"Control LED of end point", true, nullptr, adapter}},
     {0xE0, 0x09, {"Read register", false, nullptr, none}},
     {0xE0, 0x0A, {"Write register", true, nullptr, adapter}},
+    {0xE0, 0x0B, {"Activate raw firmware image", true, nullptr, adapter}},
     {0xE0, 0x0D, {"Switch manufacture flash tool", true, nullptr, adapter}},
     {0xE0, 0x0E, {"Switch SR-IOV", true, nullptr, adapter}},
     {0xE0, 0x0F, {"Get information data", false, nullptr, none}},
@@ -67,7 +74,7 @@ constexpr FunctionRow kFunctions[] = {
     {0xE0, 0x15, {"Switch protection area", true, nullptr, adapter}},
     {0xE1, 0x00, {"Get PD information", false, nullptr, none}},
     {0xE1, 0x07, {"Control LED of root complex", true, nullptr, adapter}},
-    {0xE1, 0x08, {"Reset device", true, nullptr, disk}},
+    {0xE1, 0x08, {"Reset device", true, nullptr, diskOrPin}},
     {0xE2, 0x00, {"Get VD information", false, nullptr, none}},
     {0xE2, 0x03, {"Create VD", true, "loses its data", members}},
     {0xE2, 0x04, {"Delete VD", true, "is lost with all its namespaces", argumentVolume}},
