@@ -4,6 +4,7 @@
 #include "Functions/handlers.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 
 namespace trx {
 
@@ -120,7 +121,7 @@ void showSlots(const Options &o) {
     showSlotInfo(gCurrentAdapter, SlotOwner::Disk, static_cast<TRX_U32>(objectId(o)));
   } else {
     // On standard output and without a line break. Both are meant.
-    std::fputs("Unknown slot information request.", stdout);
+    complainOnStandardOutput("Unknown slot information request.");
   }
 }
 
@@ -164,10 +165,7 @@ int32_t doFlash(int argc, char **argv, const Command_Info *row) {
     printHelp(row);
     return 0;
   }
-  if (argc == 1) {
-    printHelp(row);
-    return 1;
-  }
+  if (argc == 1) return helpForNoWords(row);
   // Not -o: of one object given twice nothing is lost, and two objects are decided below.
   if (anyRepeated(o.file, o.id, o.slot, o.action, o.bootPartition, o.raw, o.slotInfo)) {
     complainDuplicate();

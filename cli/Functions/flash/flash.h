@@ -5,8 +5,10 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Public/files.h"
+#include "Public/report.h"
 #include "trx/trx_nvme.h"
 #include "trx/trx_records.h"
 
@@ -23,6 +25,16 @@ inline bool activatesOnly(TRX_U8 commitAction) {
 /// @return its length in bytes, never 0
 std::optional<TRX_U32> openImage(CommandFile &file, const std::string &path);
 
+/// Whether what is to be sent must be told before the first of it goes out.
+inline bool isAnnounced() { return gLine.dryRun || gLine.expect; }
+
+/// The first segment of an image, filled up with zeros. The image is at its beginning before and after.
+std::vector<TRX_U8> firstSegment(CommandFile &image);
+
+/// A raw image, likewise: the CRC that its activation has.
+/// @return nothing when it is none: its pages are whole, and its words sum to 0
+std::optional<TRX_U32> rawImageCrc(CommandFile &image);
+
 /// Update the firmware of a controller and follow the transfer, one poll a second, until it ends.
 /// Waits a second after its last line, so that a watcher of the screen sees it.
 /// @param adapter zero-based index
@@ -38,6 +50,9 @@ int32_t updateHdFlash(TRX_U8 adapter, const std::string &path, TRX_U32 disk, TRX
 
 /// Whose slots are shown.
 enum class SlotOwner { Controller, Disk };
+
+/// An error line without a line end, on standard output whatever `stream` is.
+void complainOnStandardOutput(const char *text);
 
 /// The two lines of the slot information, on standard output.
 void printSlotCount(const TRX_ID_CONTROLLER &identity);

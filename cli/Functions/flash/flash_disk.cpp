@@ -2,8 +2,12 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "Functions/changes/guard.h"
 #include "Functions/flash/flash.h"
 #include "Public/common.h"
+#include "Public/exchange.h"
+#include "Public/listening.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -26,13 +30,32 @@ ControllerRequest segmentRequest(TRX_U32 disk, TRX_U32 segment) {
       .set(14, TRX_NVME_FIRMWARE_IMAGE_DOWNLOAD);
 }
 
+Wire wireOf(TRX_U8 adapter, const ControllerRequest &request) {
+  Wire wire{adapter, {}, {}};
+  std::copy_n(request.record().CDW, wire.cdw.size(), wire.cdw.begin());
+  return wire;
+}
+
+void announce(TRX_U8 adapter, TRX_U32 disk, CommandFile &image, TRX_U32 length, TRX_U32 commit) {
+  if (!isAnnounced()) return;
+  const std::vector<TRX_U8> first = firstSegment(image);
+  Wire download = wireOf(adapter, segmentRequest(disk, 0));
+  download.data = first;
+  download.imageBytes = length;
+  beforeChanges({download, wireOf(adapter, commitRequest(disk, commit))});
+}
+
 int32_t commitImage(TRX_U8 adapter, TRX_U32 disk, TRX_U32 commit) {
   TRX_U32 status = commitRequest(disk, commit).send(adapter);
   // Whatever the status: the line stands for the end of the transfer, the result tells the rest.
-  std::fprintf(stream,
-               "Flash NVMe Controller %d disk %u firmware success, please shutdown and boot again to make "
-               "firmware active.\n",
-               adapter, disk);
+  constexpr char kDone[] =
+      "Flash NVMe Controller %d disk %u firmware success, please shutdown and boot again to make firmware "
+      "active.\n";
+  if (lastFailure()) {
+    tellFailed(kDone, adapter, disk);
+  } else {
+    tell(kDone, adapter, disk);
+  }
   return static_cast<int32_t>(status);
 }
 
@@ -40,9 +63,10 @@ enum class Sent { All, Refused, Unreadable };
 
 Sent sendImage(TRX_U8 adapter, TRX_U32 disk, CommandFile &image, TRX_U32 length) {
   Page segment;
+  Progress progress;
   for (TRX_U32 at = 0, k = 0; at < length; ++k) {
     // In 32 bits: past 42 MB the percentage begins again at 0. This is meant.
-    std::fprintf(stream, "Download firmware percentage:%u\n", k * 100 * kSegmentBytes / length);
+    progress.tell("Download firmware percentage:%u\n", k * 100 * kSegmentBytes / length);
     std::fflush(stream);
     TRX_U32 rest = std::min(kSegmentBytes, length - at);
     // A short last segment keeps the end of the one before it; the controller is given whole pages.
@@ -60,13 +84,13 @@ int32_t updateHdFlash(TRX_U8 adapter, const std::string &path, TRX_U32 disk, TRX
   CommandFile image;
   std::optional<TRX_U32> length = openImage(image, path);
   if (!length) return 1;
+  announce(adapter, disk, image, *length, commit);
   switch (sendImage(adapter, disk, image, *length)) {
     case Sent::Unreadable:
-      complain("failed to read file %s\n", path.c_str());
+      tellWrong(Outcome::Failed, "failed to read file %s\n", path.c_str());
       return 1;
     case Sent::Refused:
-      return std::fprintf(
-          stream,
+      return tellFailed(
           "\nStart to flash NVMe Controller %d disk %u firmware failed (Invalid firmware image, please check "
           "image and try again.)\n",
           adapter, disk);

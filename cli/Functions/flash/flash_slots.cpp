@@ -5,6 +5,8 @@
 
 #include "Functions/flash/flash.h"
 #include "Public/common.h"
+#include "Public/exchange.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -22,8 +24,7 @@ TRX_U32 identify(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk, Page &identity) 
         .set(14, TRX_NVME_IDENTIFY)
         .fetch(adapter, identity);
   }
-  return TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_IDENTIFY, 0, &kController, 1, nullptr, 0, identity.bytes,
-                           TRX_PAGE_SIZE);
+  return sendAdmin(gCurrentAdapter, TRX_NVME_IDENTIFY, 0, {&kController, 1}, {}, identity.bytes);
 }
 
 TRX_U32 slotLog(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk, Page &log) {
@@ -34,33 +35,62 @@ TRX_U32 slotLog(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk, Page &log) {
         .set(15, TRX_NVME_ALL_NAMESPACES)
         .fetch(adapter, log, kSlotLogBytes);
   }
-  return TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_GET_LOG_PAGE, TRX_NVME_ALL_NAMESPACES, &kSlotLog, 1,
-                           nullptr, 0, log.bytes, kSlotLogBytes);
+  return sendAdmin(gCurrentAdapter, TRX_NVME_GET_LOG_PAGE, TRX_NVME_ALL_NAMESPACES, {&kSlotLog, 1}, {},
+                   std::span(log.bytes).first(kSlotLogBytes));
+}
+
+/// FRMW: bits 3:1 count the slots, bit 0 says that the first is read-only.
+int slotCount(const TRX_ID_CONTROLLER &identity) { return identity.FRMW >> 1 & 7; }
+
+/// The slots one by one, for machines.
+void tellSlots(int count, const TRX_FIRMWARE_SLOT_INFO_LOG &log) {
+  if (!gathersFacts() || lastFailure()) return;
+  for (int slot = 1; slot <= count; ++slot) {
+    Object entry = data().append("slots");
+    entry.put("id", int64_t{slot});
+    entry.put("active", log.AFI.ActiveSlot == slot);
+    entry.put("next_active", log.AFI.PendingActivateSlot == slot);
+    entry.put("firmware_version", DeviceField{log.FRS[slot - 1]});
+  }
 }
 
 }  // namespace
 
+void complainOnStandardOutput(const char *text) {
+  std::FILE *usual = stream;
+  stream = stdout;
+  tellFailed("%s", text);
+  stream = usual;
+}
+
 void printSlotCount(const TRX_ID_CONTROLLER &identity) {
-  // FRMW: bits 3:1 count the slots, bit 0 says that the first is read-only.
-  std::printf("Slot count: %d\n", identity.FRMW >> 1 & 7);
+  const int count = slotCount(identity);
+  if (gathersFacts()) return data().put("slot_count", int64_t{count}, !lastFailure());
+  std::printf("Slot count: %d\n", count);
 }
 
 void printActiveSlots(const TRX_FIRMWARE_SLOT_INFO_LOG &log) {
+  if (gathersFacts()) {
+    data().put("active_slot", int64_t{log.AFI.ActiveSlot}, !lastFailure());
+    return data().put("next_active_slot", int64_t{log.AFI.PendingActivateSlot}, !lastFailure());
+  }
   std::printf("Active Slot: %d, Next Active Slot: %d\n", log.AFI.ActiveSlot, log.AFI.PendingActivateSlot);
 }
 
 void showSlotInfo(TRX_U8 adapter, SlotOwner owner, TRX_U32 disk) {
   Page identity, log;
+  if (gathersFacts()) data().array("slots");
   if (identify(adapter, owner, disk, identity) != 0) {
-    std::fputs("Get Firmware Slot Count Fail", stdout);
+    complainOnStandardOutput("Get Firmware Slot Count Fail");
     return;
   }
   printSlotCount(identity.at<TRX_ID_CONTROLLER>(0));
   if (slotLog(adapter, owner, disk, log) != 0) {
-    std::fputs("Get Firmware Slot Information Fail", stdout);
+    complainOnStandardOutput("Get Firmware Slot Information Fail");
     return;
   }
   printActiveSlots(log.at<TRX_FIRMWARE_SLOT_INFO_LOG>(0));
+  tellSlots(slotCount(identity.at<TRX_ID_CONTROLLER>(0)), log.at<TRX_FIRMWARE_SLOT_INFO_LOG>(0));
 }
 
 }  // namespace trx
