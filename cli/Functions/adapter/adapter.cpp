@@ -4,8 +4,10 @@
 #include <cstring>
 
 #include "Functions/handlers.h"
+#include "Public/listing.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "trx/trx_api.h"
 
 namespace trx {
@@ -50,10 +52,13 @@ bool readId(Options &o, const char *text) {
   std::optional<int32_t> id = zeroBasedId(text);
   if (!id) return complain(kInvalid, text);
   int typed = userCounting(*id);
-  if (*id >= gNumAdaptersFound) return complain("NVMe Controller %d does not exist.\n", typed);
+  if (*id >= gNumAdaptersFound) {
+    tellWrong(Outcome::NotFound, "NVMe Controller %d does not exist.\n", typed);
+    return false;
+  }
   o.id.set(*id);
   // Said before the rest of the line is read, and also when nothing comes of it. This is meant.
-  std::fprintf(stream, "NVMe Controller %d set as default CLI commands refers to.\n", typed);
+  tell("NVMe Controller %d set as default CLI commands refers to.\n", typed);
   return true;
 }
 
@@ -75,22 +80,39 @@ constexpr OptionRow<Options> kOptions[] = {
     {"list", 'l', Argument::NoneWhenLong, [](Options &o, const char *) { return o.list.set(true); }},
 };
 
+void tellAdapters() {
+  data().array("adapters");
+  for (TRX_U8 i = 0; i < gNumAdaptersFound; ++i) {
+    Object entry = data().append("adapters");
+    entry.put("id", int64_t{userCounting(i)});
+    entry.put("device", std::string(TRX_Adapter_GetDevicePath(i)));
+  }
+}
+
 int32_t listAdapters() {
   gNumAdaptersFound = TRX_Adapter_GetCount();
-  std::fprintf(stream, "Total number of NVMe Controllers: %d\n", gNumAdaptersFound);
-  std::fprintf(stream, "Current default NVMe Controller ID for CLI commands: %d\n",
-               userCounting(gCurrentAdapter));
+  const int current = userCounting(gCurrentAdapter);
+  listed("adapter_count", int64_t{gNumAdaptersFound}, "Total number of NVMe Controllers: %d\n",
+         gNumAdaptersFound);
+  listed("current_adapter", int64_t{current}, "Current default NVMe Controller ID for CLI commands: %d\n",
+         current);
+  if (gathersFacts()) tellAdapters();
   return 0;
+}
+
+void makeCurrent(TRX_U8 adapter) {
+  gCurrentAdapter = adapter;
+  data().put("current_adapter", int64_t{userCounting(adapter)});
 }
 
 void chooseBySlot(const char *slot) {
   TRX_U8 found = 0;
   if (!findAdapterId(slot, &found)) {
-    std::fprintf(stream, "%s is not NVMe Controller\n", slot);
+    tellWrong(Outcome::NotFound, "%s is not NVMe Controller\n", slot);
     return;
   }
-  std::fprintf(stream, "new NVMe Controller id : %d\n", userCounting(found));
-  gCurrentAdapter = found;
+  tell("new NVMe Controller id : %d\n", userCounting(found));
+  makeCurrent(found);
 }
 
 }  // namespace
@@ -105,12 +127,12 @@ int32_t doAdapter(int argc, char **argv, const Command_Info *row) {
   if (o.list.given()) return listAdapters();
   if (o.slot.given()) {
     if (o.id.given()) {
-      std::fputs("argument '-i' and '-s' not allow use in the same time.\n", stream);
+      complain("argument '-i' and '-s' not allow use in the same time.\n");
       return 1;
     }
     chooseBySlot(o.slot.value.data());
   } else if (o.id.given()) {
-    gCurrentAdapter = static_cast<uint8_t>(o.id.value);
+    makeCurrent(static_cast<uint8_t>(o.id.value));
   }
   return 0;
 }

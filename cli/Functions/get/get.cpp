@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/get/get.h"
 
+#include "Public/exchange.h"
 #include "Public/listing.h"
 #include "Public/numbers.h"
+#include "Public/report.h"
 
 namespace trx {
 namespace {
@@ -27,12 +29,23 @@ ControllerRequest configRequest() {
   return ControllerRequest::function(0xE0, 1).set(10, TRX_PAGE_SIZE / 4 - 1);
 }
 
+bool readAdapterId(Counted<int32_t> &id, const char *text) {
+  constexpr char kInvalid[] = "-i : invalid id '%s'\n";
+  if (id.take(zeroBasedId(text, gNumAdaptersFound - 1))) return true;
+  if (!zeroBasedId(text)) return complain(kInvalid, text);
+  tellWrong(Outcome::NotFound, kInvalid, text);
+  return false;
+}
+
 void hbaGet_printf(TRX_U8 index, const NVME_Adapter_Config &config) {
   const bool autoRebuild = config.AutoRebuildOn == 1;
   Listing listing(24, "settings");
-  listing.row("NVMe Controller Index:", "id", int64_t{userCounting(index)});
+  const int64_t id = userCounting(index);
+  listing.text("NVMe Controller Index:", id);
+  if (Object *object = listing.object()) object->put("id", id);
   listing.row("Auto Rebuild:", "auto_rebuild", Shown{autoRebuild ? "on" : "off", autoRebuild});
   listing.row("BGA Rate:", "bga_rate", rateOf(config.BGARate));
+  listing.error(lastFailure());
   listing.blankLine();
 }
 

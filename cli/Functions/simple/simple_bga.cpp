@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Start and stop the background activities of a virtual disk: one routine, a row per command.
 #include "Functions/handlers.h"
+#include "Functions/info/machines.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
 #include "Public/request.h"
@@ -133,8 +134,11 @@ int32_t control(const Activity &activity, int argc, char **argv, const Command_I
 
   // Without any -a, a rebuild goes onto PD 0 when -d is not given. This is meant.
   TRX_U16 argument = activity.ontoDisk ? o.pd.value : activity.startArgument;
-  return sendAndTell(stop ? stopActivity(o.vd.value) : startActivity(activity, o.vd.value, argument),
-                     {"cmd success\n", "cmd failed.\n"});
+  int32_t status =
+      sendAndTell(stop ? stopActivity(o.vd.value) : startActivity(activity, o.vd.value, argument),
+                  {"cmd success\n", "cmd failed.\n"});
+  tellVolume(gCurrentAdapter, o.vd.value);
+  return status;
 }
 
 }  // namespace

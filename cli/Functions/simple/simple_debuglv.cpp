@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/handlers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -51,9 +52,12 @@ int32_t doSDEBUGLV(int argc, char **argv, const Command_Info *row) {
   if (!o.target.given()) return complainRequired(argv[0], 't', 0);
 
   Level level = o.target.value;
-  return sendAndTell(ControllerRequest::function(0xE0, 0x12, static_cast<TRX_U16>(level)),
-                     {"debug level access to %s success.\n", "debug level access to %s failed.\n"},
-                     level == Level::Normal ? "normal" : "error only");
+  const char *name = level == Level::Normal ? "normal" : "error only";
+  int32_t status =
+      sendAndTell(ControllerRequest::function(0xE0, 0x12, static_cast<TRX_U16>(level)),
+                  {"debug level access to %s success.\n", "debug level access to %s failed.\n"}, name);
+  if (status == 0) data().put("debug_level", Enumerated{name, static_cast<TRX_U32>(level)});
+  return status;
 }
 
 }  // namespace trx

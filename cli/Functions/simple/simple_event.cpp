@@ -2,9 +2,11 @@
 // Show the controller's event journal, newest first.
 #include "Functions/handlers.h"
 #include "Functions/simple/journal.h"
+#include "Public/exchange.h"
 #include "Public/listing.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -48,35 +50,56 @@ ControllerRequest journalPage(TRX_U32 offset) {
   return ControllerRequest::function(0xFE, 4).set(10, 0x3FF).set(13, offset).set(14, TRX_PAGE_SIZE);
 }
 
+void tellEvent(const NVME_SA_Evt_Item &event) {
+  Object entry = data().append("events");
+  entry.put("sequence", int64_t{event.ordinal});
+  entry.put("time_seconds", int64_t{event.time});
+  entry.put("time", _showTime(event.time));
+  entry.put("message", DeviceField{event.msg});
+}
+
 void _showEvt(const NVME_SA_Evt_Item &event) {
+  if (gathersFacts()) return tellEvent(event);
   std::fprintf(stream, "Seq:%s\n", deviceText(event.seq).c_str());
   std::fprintf(stream, "Time:%s\n", _showTime(event.time).c_str());
   std::fprintf(stream, "Message:%s\n\n", deviceText(event.msg).c_str());
 }
 
-int32_t getPageEventSA(size_t count) {
+/// Read all pages; one that fails does not stop it. @return the library's status for the last page
+TRX_U32 readEvents(std::vector<NVME_SA_Evt_Item> &events) {
   constexpr TRX_U32 kJournalBytes = 16 * TRX_PAGE_SIZE;
   constexpr size_t kTextOffset = 40;
-  std::vector<NVME_SA_Evt_Item> events;
+  Failure worst;
   ControllerReply reply;
   TRX_U32 status = 0;
   for (TRX_U32 offset = 0; offset < kJournalBytes; offset += TRX_PAGE_SIZE) {
+    const Aside aside;
     status = journalPage(offset).trace().fetch(gCurrentAdapter, reply);
+    worst = worseOf(worst, lastFailure());
     if (status != 0) {
-      std::fputs("\n event request fail\n", stream);
+      tellFailed("\n event request fail\n");
       continue;
     }
     readJournal(std::span(reply.page().bytes).subspan(kTextOffset), events);
   }
+  noteListing(events.size(), worst);
+  return status;
+}
+
+int32_t getPageEventSA(size_t count) {
+  std::vector<NVME_SA_Evt_Item> events;
+  const TRX_U32 status = readEvents(events);
   // The two closing lines go to standard output even when the events go to a file: they are for who started
   // it.
-  if (events.empty()) {
-    std::printf("No events\n");
-    return static_cast<int32_t>(status);
-  }
+  if (events.empty()) std::printf("No events\n");
   keepNewest(events, count);
+  if (gathersFacts()) {
+    data().array("events");
+    data().put("total", static_cast<int64_t>(events.size()));
+  }
   for (const NVME_SA_Evt_Item &event : events) _showEvt(event);
-  std::printf("Total events: %d\n", static_cast<int>(events.size()));
+  if (events.empty()) return static_cast<int32_t>(status);
+  if (!gathersFacts()) std::printf("Total events: %d\n", static_cast<int>(events.size()));
   return 0;
 }
 

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/get/get.h"
 #include "Functions/handlers.h"
+#include "Public/exchange.h"
+#include "Public/listing.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/utility.h"
 #include "trx/trx_api.h"
 
@@ -42,7 +45,7 @@ constexpr Word<bool> kObjects[] = {{"hba", true}};
 
 bool readId(Options &o, const char *text) {
   if (!isNumber(text)) return complain("-i : id is not a number\n");
-  return o.id.take(zeroBasedId(text, gNumAdaptersFound - 1)) || complain("-i : invalid id '%s'\n", text);
+  return readAdapterId(o.id, text);
 }
 
 // clang-format off
@@ -56,7 +59,7 @@ constexpr OptionRow<Options> kOptions[] = {
 
 int32_t complainUnable(int32_t adapter, int32_t result) {
   // Zero-based also for those who count from 1, and 255 for all: scripts know the line.
-  std::fprintf(stream, "\nUnable to get configuration of NVMe Controller %d\n", adapter);
+  tellFailed("\nUnable to get configuration of NVMe Controller %d\n", adapter);
   return result;
 }
 
@@ -65,17 +68,30 @@ int32_t complainUnable(int32_t adapter, int32_t result) {
 TRX_U8 printConfig(const ControllerRequest &request, TRX_U8 adapter, TRX_U8 index) {
   ControllerReply reply;
   auto status = static_cast<TRX_U8>(request.fetch(adapter, reply));
-  if (status == 0) hbaGet_printf(index, reply.record<NVME_Adapter_Config>());
+  if (status == 0) {
+    hbaGet_printf(index, reply.record<NVME_Adapter_Config>());
+  } else {
+    listUnread("settings", userCounting(index), lastFailure());
+  }
   return status;
 }
 
 int32_t printAll(const ControllerRequest &request) {
   TRX_U8 count = TRX_Adapter_GetCount();
-  for (TRX_U8 i = 0; i < count; ++i) {
-    // It is always the current adapter that is asked, whatever the index says. This is meant.
-    if (TRX_U8 status = printConfig(request, gCurrentAdapter, i)) return complainUnable(kAll, status);
+  TRX_U8 status = 0;
+  size_t read = 0;
+  Failure worst;
+  {
+    const Aside aside;
+    for (TRX_U8 i = 0; i < count && status == 0; ++i) {
+      // It is always the current adapter that is asked, whatever the index says. This is meant.
+      status = printConfig(request, gCurrentAdapter, i);
+      worst = worseOf(worst, lastFailure());
+      if (!lastFailure()) ++read;
+    }
   }
-  return 0;
+  noteListing(read, worst);
+  return status == 0 ? 0 : complainUnable(kAll, status);
 }
 
 int32_t printOne(const ControllerRequest &request, int32_t adapter) {
@@ -99,6 +115,7 @@ int32_t doSGet(int argc, char **argv, const Command_Info *row) {
   // The current adapter counts, also when -i names another one. This is meant.
   if (!isRaidMode(summaryOf(gCurrentAdapter))) return refuseJbof();
 
+  if (gathersFacts()) data().array("settings");
   ControllerRequest request = configRequest();
   request.trace();
   if (o.id.given()) return printOne(request, o.id.value);

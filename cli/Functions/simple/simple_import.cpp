@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Adopt a virtual disk that the controller found on disks from elsewhere.
 #include "Functions/handlers.h"
+#include "Functions/info/machines.h"
 #include "Functions/simple/simple_info.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -35,7 +37,10 @@ bool readAdapter(Options &o, const char *text) {
   std::optional<int32_t> id = zeroBasedId(text);
   if (!id) return complain("-i : invalid NVMe Controller id '%s'\n", text);
   // Zero-based also for those who count from 1; scripts know the line.
-  if (*id >= gNumAdaptersFound) return complain("NVMe Controller %d does not exist.\n", *id);
+  if (*id >= gNumAdaptersFound) {
+    tellWrong(Outcome::NotFound, "NVMe Controller %d does not exist.\n", *id);
+    return false;
+  }
   return o.adapter.set(static_cast<TRX_U8>(*id));
 }
 
@@ -51,22 +56,23 @@ ControllerRequest importVolume(TRX_U16 vd) { return ControllerRequest::function(
 void importVDSA(TRX_U8 adapter, TRX_U16 vd) {
   constexpr TRX_U32 kNeeded = TRX_FEATURE_RAID | TRX_FEATURE_IMPORT;
   if ((summaryOf(adapter).Features & kNeeded) != kNeeded) {
-    std::fputs("Importable not support or parameters error.\n", stream);
+    tellWrong(Outcome::Refused, "Importable not support or parameters error.\n");
     return;
   }
   NVME_VD_Info volume{};
   // The current adapter is asked even when -i names another one: volumes are chosen from its listing.
   if (TRX_Adapter_GetSimpleVDInfo(adapter, vd, &volume) != 0) {
-    std::fputs("\nUnable to get info of VD\n", stream);
+    tellFailed("\nUnable to get info of VD\n");
     return;
   }
   const int32_t shown = userCounting(vd);
   if (volume.Importable != 1) {
-    std::fprintf(stream, "\nVD %d is not importable.\n", shown);
+    tellWrong(Outcome::Refused, "\nVD %d is not importable.\n", shown);
   } else if (importVolume(vd).trace().send(adapter) == 0) {
-    std::fprintf(stream, "VD %d import successfully.\n", shown);
+    tell("VD %d import successfully.\n", shown);
+    tellVolume(adapter, vd);
   } else {
-    std::fprintf(stream, "\nFail to import VD %d.\n", shown);
+    tellFailed("\nFail to import VD %d.\n", shown);
   }
 }
 

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Switch the controller's SPI log on and off, or read it out.
+#include <algorithm>
+
 #include "Functions/handlers.h"
 #include "Functions/simple/spi_log.h"
+#include "Public/exchange.h"
 #include "Public/files.h"
 #include "Public/listing.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -57,7 +61,7 @@ ControllerRequest logPiece() { return ControllerRequest::function(0xFE, 0).set(1
 
 void complainUnreadable() {
   // Zero-based also for those who count from 1; scripts know the line.
-  std::fprintf(stream, "\nUnable to get SPI log from NVMe Controller %d\n", gCurrentAdapter);
+  tellFailed("\nUnable to get SPI log from NVMe Controller %d\n", gCurrentAdapter);
 }
 
 /// Whether the log is on: not 0. A failed transfer answers its status, after a message.
@@ -68,7 +72,49 @@ TRX_U32 getStatus() {
     complainUnreadable();
     return status;
   }
-  return reply.isSigned() ? reply.payload()[0] : 0;
+  const TRX_U8 state = reply.isSigned() ? reply.payload()[0] : 0;
+  if (!lastFailure()) {
+    data().put("log_on", state != 0);
+    // There is no log to show, which the controller says by this alone.
+    if (state == 0) note(Outcome::Refused);
+  }
+  return state;
+}
+
+std::span<const uint8_t> bytesOf(const std::string &text) {
+  return {reinterpret_cast<const uint8_t *>(text.data()), text.size()};
+}
+
+/// The log for machines: its lines, in which bytes that are no text are replaced. Its bytes then stand beside
+/// it.
+class Lines {
+ public:
+  Lines() {
+    if (gathersFacts()) data().array("lines");
+  }
+  ~Lines() {
+    if (!rest_.empty()) data().appendText("lines", rest_);
+    if (!std::ranges::all_of(all_, isText)) data().put("lines_hex", Bytes{bytesOf(all_)});
+  }
+  Lines(const Lines &) = delete;
+  Lines &operator=(const Lines &) = delete;
+
+  void add(const std::string &piece) {
+    all_ += piece;
+    rest_ += piece;
+    for (size_t end; (end = rest_.find('\n')) != std::string::npos; rest_.erase(0, end + 1))
+      data().appendText("lines", rest_.substr(0, end));
+  }
+
+ private:
+  static bool isText(char c) { return c == '\n' || (c >= 0x20 && c < 0x7F); }
+
+  std::string all_, rest_;
+};
+
+void showPiece(Lines &lines, const std::string &text) {
+  if (gathersFacts()) return lines.add(text);
+  writeDeviceText(bytesOf(text));
 }
 
 int32_t show(CommandFile &file) {
@@ -80,10 +126,11 @@ int32_t show(CommandFile &file) {
   // 64 MiB, more than an SPI flash holds: a controller that never says "last" must not hold us.
   constexpr unsigned kMostPieces = 16384;
   ControllerReply reply;
+  Lines lines;
   char before = '\0';
   for (unsigned i = 0;; ++i) {
     if (i == kMostPieces) {
-      std::fputs("SPI log does not end\n", stream);
+      tellFailed("SPI log does not end\n");
       return 1;
     }
     TRX_U32 status = logPiece().trace().fetch(gCurrentAdapter, reply);
@@ -93,21 +140,27 @@ int32_t show(CommandFile &file) {
     }
     SpiLogPiece piece(std::span(reply.page().bytes).subspan(ControllerReply::kPayloadOffset), before);
     if (!piece.isWhole()) {
-      std::fprintf(stream, "Error SPI data length: %u\n", piece.length());
+      tellFailed("Error SPI data length: %u\n", piece.length());
       return 1;
     }
-    writeDeviceText({reinterpret_cast<const uint8_t *>(piece.text().data()), piece.text().size()});
+    showPiece(lines, piece.text());
     if (file.isOpen() && !file.write_file(piece.text().data(), piece.text().size())) return 1;
     if (!piece.text().empty()) before = piece.text().back();
     if (i == 0 && piece.length() == 0) {
-      std::fputs("No SPI log\n", stream);
+      tell("No SPI log\n");
       break;
     }
     if (i > 0 && piece.isLast()) break;
   }
   if (!file.close_file()) return 1;
-  std::fputs("cmd success\n", stream);
+  tell("cmd success\n");
   return 0;
+}
+
+int32_t switchTo(bool on) {
+  int32_t status = sendAndTell(switchLog(on), {"cmd success\n", "cmd failed.\n"});
+  if (status == 0) data().put("log_on", on);
+  return status;
 }
 
 }  // namespace
@@ -123,11 +176,11 @@ int32_t doSLog(int argc, char **argv, const Command_Info *row) {
       return show(o.file);
     case Action::On:
     case Action::Off:
-      return sendAndTell(switchLog(o.action.value == Action::On), {"cmd success\n", "cmd failed.\n"});
+      return switchTo(o.action.value == Action::On);
     case Action::None:
       break;
   }
-  std::fputs("Error action!\n", stream);
+  complain("Error action!\n");
   return 1;
 }
 

@@ -5,10 +5,13 @@
 #include "Functions/handlers.h"
 #include "Functions/info/info.h"
 #include "Functions/info/listings.h"
+#include "Functions/info/machines.h"
 #include "Functions/simple/namespace_table.h"
+#include "Public/exchange.h"
 #include "Public/numbers.h"
 #include "Public/objects.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 #include "Public/utility.h"
 
@@ -178,22 +181,27 @@ TRX_U32 selectControllers(TRX_U32 nsid, bool detach, const ControllerList &contr
   TRX_U32 select = detach ? TRX_NVME_DETACH : TRX_NVME_ATTACH;
   Page page;
   std::memcpy(page.bytes, &controllers, sizeof controllers);
-  return TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_NAMESPACE_ATTACHMENT, nsid, &select, 1, page.bytes,
-                           sizeof page.bytes, nullptr, 0);
+  return sendAdmin(gCurrentAdapter, TRX_NVME_NAMESPACE_ATTACHMENT, nsid, {&select, 1}, page.bytes, {});
 }
 
 // ---- actions ----
 
 /// Find the namespace that -e or -i names; -e goes before -i.
-/// @return whether there is one; says so when there is none
+/// @return whether there is one; says so when there is none, and tells machines which it is
 bool findNamespace(Options &o, const char *command, const NamespaceTable &table) {
   if (!o.id.given() && !o.eui64.given()) {
     return complain("%s: option -%c or -%c is required\n", command, 'i', 'e');
   }
-  if (!o.eui64.given()) return true;
-  int32_t id = getNSIDfromEUI64(table, o.eui64.value);
-  if (id == -1) return complain("invalid EUI64 id: %s\n", o.eui64.value);
-  return o.id.set(static_cast<TRX_U32>(id));
+  if (o.eui64.given()) {
+    int32_t id = getNSIDfromEUI64(table, o.eui64.value);
+    if (id == -1) {
+      tellWrong(Outcome::NotFound, "invalid EUI64 id: %s\n", o.eui64.value);
+      return false;
+    }
+    o.id.set(static_cast<TRX_U32>(id));
+  }
+  data().put("namespace_id", int64_t{o.id.value});
+  return true;
 }
 
 /// Whether the id fits the 16 bits that the controller's own functions have for it: cut, it would name
@@ -211,8 +219,10 @@ int32_t init(const Options &o, const char *command) {
   if (!o.id.given()) return complainRequired(command, 'i', 0);
   if (!o.number.given()) return complainRequired(command, 'n', 0);
   if (!fitsFunction(o)) return 0;
-  return sendAndTell(initNamespaces(o.id.value, o.number.value),
-                     {"\nInitial NS successfully\n", "\nUnable to initial NS\n"});
+  int32_t status = sendAndTell(initNamespaces(o.id.value, o.number.value),
+                               {"\nInitial NS successfully\n", "\nUnable to initial NS\n"});
+  if (status == 0) tellNewNamespaces([&](const NVME_NS_Info &ns) { return ns.ID == o.id.value; });
+  return status;
 }
 
 int32_t share(Options &o, const char *command, const NamespaceTable &table) {
@@ -223,24 +233,30 @@ int32_t share(Options &o, const char *command, const NamespaceTable &table) {
                      {"\nSet sharing NS successfully\n", "\nUnable to set sharing NS\n"});
 }
 
-int32_t create(const Options &o, const char *command) {
+int32_t create(const Options &o, const char *command, const NamespaceTable &table) {
   if (!o.id.given()) return complainRequired(command, 'i', 0);
   if (!o.controller.given()) return complainRequired(command, 'c', 0);
   if (!o.lba.given()) return complainRequired(command, 'l', 0);
-  return sendAndTell(createNamespace(o.id.value, o.controller.value, o.lba.value),
-                     {"\nCreate NS successfully\n", "\nUnable to create NS\n"});
+  int32_t status = sendAndTell(createNamespace(o.id.value, o.controller.value, o.lba.value),
+                               {"\nCreate NS successfully\n", "\nUnable to create NS\n"});
+  if (status == 0) tellNewNamespaces([&](const NVME_NS_Info &ns) { return !table.has(ns.NSID); });
+  return status;
 }
 
 int32_t attachOrDetach(Options &o, const char *command, const NamespaceTable &table) {
   if (!(summaryOf(gCurrentAdapter).Features & TRX_FEATURE_NAMESPACE)) {
-    std::fputs("Namespace management and attachment is not support.\n", stream);
+    tellWrong(Outcome::Refused, "Namespace management and attachment is not support.\n");
     return 0;
   }
   if (!findNamespace(o, command, table)) return 0;
   bool detach = o.action.value == Action::Detach;
   const char *word = detach ? "Detach" : "Attach";
   TRX_U32 status = selectControllers(o.id.value, detach, o.controllers.value);
-  std::fprintf(stream, status == 0 ? "%s namespace success\n" : "%s namespace failed\n", word);
+  if (status == 0) {
+    tell("%s namespace success\n", word);
+  } else {
+    tellFailed("%s namespace failed\n", word);
+  }
   return static_cast<int32_t>(status);
 }
 
@@ -250,7 +266,7 @@ int32_t showPrimary() {
   if (status != 0) {
     complainIdentify();
   } else {
-    std::fprintf(stream, "Primary Controller Id is %d\n", id);
+    listed("primary_controller_id", int64_t{id}, "Primary Controller Id is %d\n", id);
   }
   return static_cast<int32_t>(status);
 }
@@ -261,7 +277,7 @@ int32_t show(const Options &o) {
     getNSInfoSA(kAllIds);
     return 0;
   }
-  std::fputs("Error action!\n", stream);
+  complain("Error action!\n");
   return 1;
 }
 
@@ -285,7 +301,7 @@ int32_t doSNS(int argc, char **argv, const Command_Info *row) {
     case Action::Share:
       return share(o, argv[0], table);
     case Action::Create:
-      return create(o, argv[0]);
+      return create(o, argv[0], table);
     case Action::Attach:
     case Action::Detach:
       return attachOrDetach(o, argv[0], table);

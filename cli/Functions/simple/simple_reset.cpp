@@ -81,11 +81,11 @@ int32_t doSReset(int argc, char **argv, const Command_Info *row) {
   if (power && !o.action.given()) return complainRequired(argv[0], 'a', 0);
   // Without -t the device is reset as well, and -a is not refused. This is meant.
   if (device && o.action.given()) {
-    std::fputs("Option action is not allow.\n", stream);
+    complain("Option action is not allow.\n");
     return 0;
   }
   if (power && o.id.value >= kPowerPins) {
-    std::fprintf(stream, "Power Pin ID only support %d or %d\n", userCounting(0), userCounting(1));
+    complain("Power Pin ID only support %d or %d\n", userCounting(0), userCounting(1));
     return 1;
   }
   return sendAndTell(resetRequest(o.id.value, o.type.value, o.action.value),

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/get/get.h"
 #include "Functions/handlers.h"
-#include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -46,10 +46,6 @@ constexpr Word<bool> kSwitch[] = {{"on", true}, {"off", false}};
 constexpr Word<TRX_U8> kRates[] = {
     {"high", TRX_BGA_RATE_HIGH}, {"medium", TRX_BGA_RATE_MEDIUM}, {"low", TRX_BGA_RATE_LOW}};
 
-bool readId(Options &o, const char *text) {
-  return o.id.take(zeroBasedId(text, gNumAdaptersFound - 1)) || complain("-i : invalid id '%s'\n", text);
-}
-
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
     {"autorebuild", 'a', oneOf<kSwitch>(), [](Options &o, const char *text) {
@@ -58,7 +54,7 @@ constexpr OptionRow<Options> kOptions[] = {
     {nullptr, 'c', Argument::Required, nullptr},
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        return choose(o.object, text, kObjects) || complain("-o : invalid object '%s'\n", text); }},
-    {"id", 'i', Argument::Required, readId},
+    {"id", 'i', Argument::Required, [](Options &o, const char *text) { return readAdapterId(o.id, text); }},
     {"bgarate", 'r', oneOf<kRates>(), [](Options &o, const char *text) {
        return choose(o.rate, text, kRates) || complain("-r : invalid BGA rate '%s'\n", text); }},
 };
@@ -73,21 +69,22 @@ ControllerRequest setConfigRequest(const NVME_Adapter_Config &config) {
 int32_t configure(TRX_U8 adapter, const Options &o) {
   ControllerReply reply;
   if (configRequest().trace().fetch(adapter, reply) != 0) {
-    std::fprintf(stream, "\nUnable to get configuration info of adapter %d\n", adapter);
+    tellFailed("\nUnable to get configuration info of adapter %d\n", adapter);
     return 1;
   }
   auto config = reply.record<NVME_Adapter_Config>();
   if (o.autoRebuild.given()) config.AutoRebuildOn = o.autoRebuild.value;
   if (o.rate.given()) config.BGARate = o.rate.value;
   if (!o.autoRebuild.given() && !o.rate.given()) {
-    std::fputs("Invalid setting(s) for HBA\n", stream);
+    complain("Invalid setting(s) for HBA\n");
     return 0;
   }
   if (setConfigRequest(config).trace().send(adapter) != 0) {
-    std::fprintf(stream, "\nFailed to configure hba %d\n", adapter);
+    tellFailed("\nFailed to configure hba %d\n", adapter);
     return 1;
   }
-  std::fputs("HBA configuration is updated.\n", stream);
+  tell("HBA configuration is updated.\n");
+  if (gathersFacts()) hbaGet_printf(adapter, config);
   return 0;
 }
 

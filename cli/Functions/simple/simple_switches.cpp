@@ -3,6 +3,7 @@
 // and started again.
 #include "Functions/handlers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -98,8 +99,10 @@ int32_t doSwitch(int argc, char **argv, const Command_Info *row, const Switch &f
   if (auto end = readOptions(argc, argv, row, kOptions, o, 0)) return *end;
   if (o.on.repeated()) return complainDuplicate();
   if (!o.on.given()) return complainRequired(argv[0], 'a', 0);
-  return sendAndTell(ControllerRequest::function(0xE0, feature.subFunction).set(14, o.on.value),
-                     feature.lines, o.on.value ? "enable" : "disable");
+  int32_t status = sendAndTell(ControllerRequest::function(0xE0, feature.subFunction).set(14, o.on.value),
+                               feature.lines, o.on.value ? "enable" : "disable");
+  if (status == 0) data().put(row->cmd, o.on.value);
+  return status;
 }
 
 }  // namespace

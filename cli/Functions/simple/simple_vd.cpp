@@ -5,8 +5,10 @@
 #include <cstring>
 
 #include "Functions/handlers.h"
+#include "Functions/info/machines.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 #include "Public/utility.h"
 
@@ -118,6 +120,20 @@ ControllerRequest deleteVolume(TRX_U8 id) {
 
 constexpr OutcomeLines kLines = {"cmd success\n", "cmd failed.\n"};
 
+int32_t create(const Options &o) {
+  const VolumesBefore before;
+  int32_t status = sendAndTell(
+      createVolume(o.raidMode.value, o.stripe.value, o.members.value, o.namespaces.value), kLines);
+  if (status == 0) before.tellNew(o.members.value);
+  return status;
+}
+
+int32_t remove(const Options &o) {
+  const auto id = static_cast<TRX_U8>(o.vd.value);
+  tellVolume(gCurrentAdapter, id);
+  return sendAndTell(deleteVolume(id), kLines);
+}
+
 }  // namespace
 
 constexpr OptionList vd_options = optionList<kOptions>();
@@ -131,16 +147,15 @@ int32_t doSVD(int argc, char **argv, const Command_Info *row) {
     case Action::Create:
       if (!o.raidMode.given()) return complainRequired(argv[0], 'r', 0);
       if (!o.members.given()) return complainRequired(argv[0], 'd', 0);
-      return sendAndTell(createVolume(o.raidMode.value, o.stripe.value, o.members.value, o.namespaces.value),
-                         kLines);
+      return create(o);
     case Action::Delete:
       if (!o.vd.given()) return complainRequired(argv[0], 'i', 0);
-      return sendAndTell(deleteVolume(static_cast<TRX_U8>(o.vd.value)), kLines);
+      return remove(o);
     case Action::None:
       break;
   }
   // The result is the number of characters written, 14; scripts know the status.
-  return std::fprintf(stream, "Error action!\n");
+  return tellWrong(Outcome::Usage, "Error action!\n");
 }
 
 }  // namespace trx

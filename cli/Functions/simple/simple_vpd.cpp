@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/handlers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -53,8 +54,10 @@ int32_t doSVPD(int argc, char **argv, const Command_Info *row) {
   if (o.target.repeated()) return complainDuplicate();
   if (!o.target.given()) return complainRequired(argv[0], 't', 0);
   const char *name = o.target.value == Target::Spi ? "SPI" : "EEPROM";
-  return sendAndTell(vpdTargetRequest(o.target.value),
-                     {"VPD access to %s success.\n", "VPD access to %s failed.\n"}, name);
+  int32_t status = sendAndTell(vpdTargetRequest(o.target.value),
+                               {"VPD access to %s success.\n", "VPD access to %s failed.\n"}, name);
+  if (status == 0) data().put("vpd_target", Enumerated{name, static_cast<TRX_U32>(o.target.value)});
+  return status;
 }
 
 }  // namespace trx
