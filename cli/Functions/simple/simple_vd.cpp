@@ -155,6 +155,7 @@ int32_t doSVD(int argc, char **argv, const Command_Info *row) {
       break;
   }
   // The result is the number of characters written, 14; scripts know the status.
+  noteUsage();
   return tellWrong(Outcome::Usage, "Error action!\n");
 }
 
