@@ -138,13 +138,15 @@ int32_t cmdDispatcher(int count, char **tokens) {
   return 1;
 }
 
-void printHelp(const Command_Info *row) {
-  std::fprintf(stream, "Description%s%s", row->cmdShortHelp, row->cmdHelp);
+std::string helpText(const Command_Info *row) {
+  return std::string("Description") + row->cmdShortHelp + row->cmdHelp;
 }
+
+void printHelp(const Command_Info *row) { std::fputs(helpText(row).c_str(), stream); }
 
 void answerHelp(const Command_Info *row) {
   printHelp(row);
-  tellText(std::string("Description") + row->cmdShortHelp + row->cmdHelp);
+  tellText(helpText(row));
 }
 
 int32_t helpForNoWords(const Command_Info *row) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include "Public/outcome.h"
@@ -95,6 +96,7 @@ int32_t cmdDispatcher(int count, char **tokens);
 // ---- messages that every command shares; all return their caller's usual answer ----
 
 /// "Description", the short help and the help of a row.
+std::string helpText(const Command_Info *row);
 void printHelp(const Command_Info *row);
 
 /// The help was asked for: print it.

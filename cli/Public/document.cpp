@@ -57,6 +57,22 @@ bool saysNothing(std::string_view word) {
   return std::ranges::find(kNone, word) != std::end(kNone);
 }
 
+bool isNotZero(uint8_t byte) { return byte != 0; }
+
+/// A counter times its unit, little-endian: 128 and 32 bits.
+using WideNumber = std::array<uint8_t, 20>;
+WideNumber product(const Multiple &multiple) {
+  const auto &bytes = multiple.count.bytes;
+  WideNumber number{};
+  uint64_t carry = 0;
+  for (size_t i = 0; i < number.size(); ++i) {
+    if (i < bytes.size()) carry += uint64_t{bytes[i]} * multiple.unit;
+    number[i] = static_cast<uint8_t>(carry);
+    carry >>= 8;
+  }
+  return number;
+}
+
 /// Puts a value and what stands beside it into an object.
 class Writer {
  public:
@@ -74,7 +90,7 @@ class Writer {
   }
   void operator()(const std::string &value) { set(printable(value)); }
   void operator()(Hex hex) { set(hex.value); }
-  void operator()(Capacity size) { (*this)(product(counterOf(size.sectors), size.sectorBytes)); }
+  void operator()(Capacity size) { (*this)(Multiple{counterOf(size.sectors), size.sectorBytes}); }
   void operator()(Enumerated value) {
     std::string word = lowered(value.word);
     if (saysNothing(word)) {
@@ -95,19 +111,16 @@ class Writer {
     set(printable({reinterpret_cast<const char *>(text.data()), text.size()}));
     if (!std::ranges::all_of(text, isPrintable)) beside("_hex", hexDigits(text));
   }
-  void operator()(const Counter &counter) {
-    uint64_t low = 0;
-    bool large = false;
-    for (size_t i = counter.bytes.size(); i-- > 0;) {
-      if (i >= 8) {
-        large = large || counter.bytes[i] != 0;
-      } else {
-        low = low << 8 | counter.bytes[i];
-      }
+  void operator()(const Counter &counter) { (*this)(Multiple{counter}); }
+  void operator()(const Multiple &multiple) {
+    const WideNumber number = product(multiple);
+    if (std::any_of(number.begin() + sizeof(uint64_t), number.end(), isNotZero)) {
+      set(nullptr);
+      return beside("_s", digitsOf(multiple));
     }
-    if (!large) return (*this)(low);
-    set(nullptr);
-    beside("_s", digitsOf(counter));
+    uint64_t value = 0;
+    for (size_t i = sizeof value; i-- > 0;) value = value << 8 | number[i];
+    (*this)(value);
   }
   void operator()(Bytes bytes) { set(hexDigits(bytes.data)); }
   void operator()(const Numbers &numbers) { set(numbers.values); }
@@ -147,8 +160,8 @@ std::string bytesOfHex(std::string_view digits) {
 
 }  // namespace
 
-std::string digitsOf(const Counter &counter) {
-  std::array<uint8_t, 16> number = counter.bytes;
+std::string digitsOf(const Multiple &multiple) {
+  WideNumber number = product(multiple);
   std::string digits;
   do {
     unsigned remainder = 0;
@@ -158,7 +171,7 @@ std::string digitsOf(const Counter &counter) {
       remainder = part % 10;
     }
     digits += static_cast<char>('0' + remainder);
-  } while (std::ranges::any_of(number, [](uint8_t byte) { return byte != 0; }));
+  } while (std::ranges::any_of(number, isNotZero));
   std::ranges::reverse(digits);
   return digits;
 }
@@ -222,18 +235,6 @@ Counter counterOf(uint64_t number) {
   Counter counter{};
   for (size_t i = 0; i < sizeof number; ++i) counter.bytes[i] = static_cast<uint8_t>(number >> 8 * i);
   return counter;
-}
-
-Counter product(const Counter &counter, uint32_t factor) {
-  Counter result{};
-  uint64_t carry = 0;
-  for (size_t i = 0; i < counter.bytes.size(); ++i) {
-    carry += uint64_t{counter.bytes[i]} * factor;
-    result.bytes[i] = static_cast<uint8_t>(carry);
-    carry >>= 8;
-  }
-  if (carry != 0) result.bytes.fill(0xFF);
-  return result;
 }
 
 Document::Document() : json_(new Json(Json::object())) {}

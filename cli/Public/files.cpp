@@ -51,7 +51,8 @@ std::string pathArgument(const char *text) {
 int CommandFile::open_file(const std::string &path, const char *mode) {
   path_ = withoutQuotes(path);
   error_ = 0;
-  if (*mode == 'r') {
+  input_ = *mode == 'r';
+  if (input_) {
     file_.reset(openForReading(path_.c_str(), reason_, error_));
   } else if (isTried()) {
     return 0;
@@ -70,8 +71,9 @@ bool CommandFile::openOrComplain(const std::string &path, const char *mode) {
 }
 
 Outcome CommandFile::howItFailed() const {
-  if (error_ == 0 || error_ == EISDIR) return Outcome::Usage;
-  return error_ == ENOENT || error_ == ENOTDIR ? Outcome::NotFound : failureOfPlatform(error_).outcome;
+  if (input_ && (error_ == 0 || error_ == EISDIR)) return Outcome::Usage;
+  if (input_ && (error_ == ENOENT || error_ == ENOTDIR)) return Outcome::NotFound;
+  return failureOfPlatform(error_).outcome;
 }
 
 size_t CommandFile::get_file_length() {

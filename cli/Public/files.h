@@ -32,7 +32,8 @@ class CommandFile {
   const std::string &path() const { return path_; }
   const std::string &reason() const { return reason_; }
 
-  /// How that counts: a file that is not there, one that the user may not open, one that is none.
+  /// How that counts: an input that is not there or is none, one that the user may not open, an output that
+  /// cannot be written.
   Outcome howItFailed() const;
 
   /// Bytes in the file; 0 when none is open.
@@ -59,6 +60,7 @@ class CommandFile {
   std::unique_ptr<std::FILE, Close> file_;
   std::string path_, reason_;
   int error_ = 0;  ///< errno; 0 for a file that can be opened and is none
+  bool input_ = true;
 };
 
 }  // namespace trx

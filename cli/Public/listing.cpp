@@ -38,7 +38,8 @@ struct TextPrinter {
   void operator()(DeviceField field) const {
     text(skipBlanks(deviceText(field.bytes), field.leadingBlanks).c_str());
   }
-  void operator()(const Counter &counter) const { text(digitsOf(counter).c_str()); }
+  void operator()(const Counter &counter) const { (*this)(Multiple{counter}); }
+  void operator()(const Multiple &multiple) const { text(digitsOf(multiple).c_str()); }
   void operator()(Bytes) const { text(""); }
   void operator()(const Numbers &numbers) const {
     std::string line;
@@ -66,14 +67,16 @@ void printText(std::FILE *out, int labelWidth, const char *label, const Value &v
   std::visit(TextPrinter{out, labelWidth, label}, value);
 }
 
-Listing::Listing(int labelWidth) : labelWidth_(labelWidth), answered_(!lastFailure()) {
-  if (gathersFacts()) object_ = data();
-}
+Listing::Listing(int labelWidth) : Listing(labelWidth, data()) {}
 
 Listing::Listing(const Object &object) : labelWidth_(0), object_(object), answered_(!lastFailure()) {}
 
 Listing::Listing(int labelWidth, const char *array) : labelWidth_(labelWidth), answered_(!lastFailure()) {
   if (gathersFacts()) object_ = data().append(array);
+}
+
+Listing::Listing(int labelWidth, const Object &into) : labelWidth_(labelWidth), answered_(!lastFailure()) {
+  if (gathersFacts()) object_ = into;
 }
 
 void Listing::row(const char *label, const char *key, const Value &value) {
@@ -104,6 +107,8 @@ void listed(const char *key, const Value &value, const char *format, ...) {
   std::vfprintf(stream, format, arguments);
   va_end(arguments);
 }
+
+void listBytes(std::span<const uint8_t> bytes) { Listing(0).fact("data", Bytes{bytes}); }
 
 void heading(const char *format, ...) {
   if (gathersFacts()) return;

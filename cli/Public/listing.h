@@ -28,6 +28,8 @@ class Listing {
   explicit Listing(const Object &object);
   /// Of one object of a kind; `array` is the key of that kind.
   Listing(int labelWidth, const char *array);
+  /// Of an object in the document.
+  Listing(int labelWidth, const Object &into);
 
   /// A row for people and for machines.
   void row(const char *label, const char *key, const Value &value);
@@ -49,6 +51,9 @@ class Listing {
 
 /// A line of a listing with a form of its own: printed as it is, or put into `data`.
 [[gnu::format(printf, 3, 4)]] void listed(const char *key, const Value &value, const char *format, ...);
+
+/// Raw bytes that were read, under `data`: for machines alone, because every command prints them its own way.
+void listBytes(std::span<const uint8_t> bytes);
 
 /// Text of a listing that holds no fact, such as its heading: printed for people only.
 [[gnu::format(printf, 1, 2)]] void heading(const char *format, ...);

@@ -63,7 +63,8 @@ Parsed parseOptions(int argc, char **argv, const Command_Info *row, std::span<co
     if (code == -1) return Parsed::Complete;
     if (code == kOutputCode) continue;
     if (code == '?') {
-      noteUsage();
+      // Where -h is not declared it is told as illegal, and asks for the help all the same.
+      if (help == HelpOption::Declared || optopt != 'h') noteUsage();
       return Parsed::ParserError;
     }
     Parsed step = Parsed::Help;

@@ -44,6 +44,11 @@ struct DeviceField {
 struct Counter {
   std::array<uint8_t, 16> bytes;
 };
+/// The same, where it counts more than one.
+struct Multiple {
+  Counter count;
+  uint32_t unit = 1;
+};
 /// Raw data; hexadecimal digits in a document.
 struct Bytes {
   std::span<const uint8_t> data;
@@ -63,15 +68,12 @@ struct Shown {
 };
 
 using Value = std::variant<Nothing, bool, int64_t, uint64_t, std::string, Hex, Capacity, Enumerated, Flags,
-                           DeviceField, Counter, Bytes, Numbers, Ratio, Shown>;
+                           DeviceField, Counter, Multiple, Bytes, Numbers, Ratio, Shown>;
 
-/// All decimal digits of the number: no built-in printing goes beyond 64 bits.
-std::string digitsOf(const Counter &counter);
+/// All decimal digits: no built-in printing goes beyond 64 bits.
+std::string digitsOf(const Multiple &multiple);
 
 Counter counterOf(uint64_t number);
-
-/// The largest counter where it does not fit.
-Counter product(const Counter &counter, uint32_t factor);
 
 }  // namespace trx
 

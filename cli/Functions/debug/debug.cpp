@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/handlers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 
 namespace trx {
 namespace {
@@ -25,7 +26,8 @@ int32_t doDebug(int argc, char **argv, const Command_Info *row) {
   // An unknown option does not stop it from being switched: the parser has told of it.
   if (parseOptions(argc, argv, row, kOptions, o) == Parsed::Help) return 0;
   dbg_enable = o.enable;
-  std::fprintf(stream, "Set debug mode to %s\n", dbg_enable ? "enable" : "disable");
+  data().put("debug", dbg_enable);
+  tell("Set debug mode to %s\n", dbg_enable ? "enable" : "disable");
   return 0;
 }
 

@@ -5,8 +5,10 @@
 
 #include "Functions/handlers.h"
 #include "Public/files.h"
+#include "Public/listing.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -119,6 +121,12 @@ void fillControllers(const std::vector<TRX_U16> &ids, Page &data) {
   if (!ids.empty()) std::memcpy(data.bytes + sizeof count, ids.data(), ids.size() * sizeof ids[0]);
 }
 
+bool write(const Page &data) {
+  CommandFile file;
+  return file.openOrComplain(kFileName, "wb") && file.write_file(data.bytes, sizeof data.bytes) &&
+         file.close_file();
+}
+
 }  // namespace
 
 int32_t doGen(int argc, char **argv, const Command_Info *row) {
@@ -127,17 +135,21 @@ int32_t doGen(int argc, char **argv, const Command_Info *row) {
   if (anyRepeated(o.type, o.nsze, o.ncap, o.flbas, o.dps, o.nmic, o.controllers)) return complainDuplicate();
   if (!o.type.given()) return complainRequired(argv[0], 't', 0);
 
-  Page data;
+  Page page;
   if (o.type.value == Type::CreateNamespace) {
-    fillNamespace(o, data);
+    fillNamespace(o, page);
   } else {
-    fillControllers(o.controllers.value, data);
+    fillControllers(o.controllers.value, page);
   }
-  CommandFile file;
-  bool written = file.openOrComplain(kFileName, "wb") && file.write_file(data.bytes, sizeof data.bytes) &&
-                 file.close_file();
-  if (!written) return 1;
-  std::fputs("cmd success\n", stream);
+  data().put("file", std::string(kFileName));
+  listBytes(page.bytes);
+  if (gLine.dryRun) {
+    data().array("would_send");
+    tell("Would write file '%s'.\nDry run: nothing was sent.\n", kFileName);
+    return 0;
+  }
+  if (!write(page)) return 1;
+  tell("cmd success\n");
   return 0;
 }
 

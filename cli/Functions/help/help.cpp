@@ -86,12 +86,16 @@ Outcomes, the exit statuses of --strict, --json and the own commands:
     8 timed_out     wait gave up
 )";
 
-void printTopic(const char *word) {
+/// The page of a command, printed.
+std::string printTopic(const char *word) {
   // Whole words in their own case only: neither abbreviations nor hidden commands have a page.
   for (uint16_t i = 0; i < cmdTableSize; ++i) {
-    if (std::strcmp(pCmdTable[i].cmd, word) == 0) return answerHelp(&pCmdTable[i]);
+    if (std::strcmp(pCmdTable[i].cmd, word) != 0) continue;
+    printHelp(&pCmdTable[i]);
+    return helpText(&pCmdTable[i]);
   }
   complain("No help available for '%s'\n", word);
+  return {};
 }
 
 std::string overview() {
@@ -122,11 +126,19 @@ constexpr OptionList help_options = {0, nullptr, generalCommandWord};
 int32_t doHelp(int argc, char **argv, const Command_Info *row) {
   Parsed end = parseNoOptions(argc, argv, row, HelpOption::Undeclared);
   if (end != Parsed::Complete) {
-    if (end == Parsed::ParserError) printHelp(row);
+    if (end != Parsed::ParserError) return 0;
+    // -h is not declared here: it is told as illegal, and answered all the same.
+    if (optopt == 'h') {
+      answerHelp(row);
+    } else {
+      printHelp(row);
+    }
     return 0;
   }
   if (optind >= argc) answer(overview());
-  for (int i = optind; i < argc; ++i) printTopic(argv[i]);
+  std::string pages;
+  for (int i = optind; i < argc; ++i) pages += printTopic(argv[i]);
+  if (!pages.empty()) tellText(pages);
   return 0;
 }
 

@@ -15,7 +15,7 @@
 namespace trx {
 namespace {
 
-constexpr TRX_U16 kLogBytes = sizeof(SmartRecord);
+constexpr TRX_U16 kLogBytes = sizeof(SmartLog);
 static_assert(sizeof(TRX_FIRMWARE_SLOT_INFO_LOG) == kLogBytes);
 
 constexpr TRX_U32 logPage(TRX_U32 page) { return TRX_NVME_LOG_PAGE_CDW10(page, kLogBytes); }
@@ -81,9 +81,10 @@ void Survey::askDisk(AdapterFacts &adapter, TRX_U16 id) {
   if (!answered(adapter, target)) return;
   // A disk that failed has nothing more to say, and may take its time to say it.
   if (!disk.failed()) {
+    SmartLog smart{};
+    readDiskSmartLog(adapter.id, id, smart);
+    if (answered(adapter, target, "SMART log")) disk.smart = smart;
     Page log;
-    fetchDiskLog(adapter.id, id, TRX_NVME_LID_SMART_HEALTH, log);
-    if (answered(adapter, target, "SMART log")) disk.smart = log.at<SmartRecord>(0);
     fetchDiskLog(adapter.id, id, TRX_NVME_LID_FIRMWARE_SLOT, log);
     if (answered(adapter, target, "firmware slots")) disk.waitingSlot = waitingSlotIn(log);
   }

@@ -9,14 +9,14 @@
 #include <vector>
 
 #include "Functions/changes/requests.h"
-#include "Functions/monitor/smart_record.h"
+#include "Public/smart_log.h"
 
 namespace trx {
 
 struct DiskFacts {
   TRX_U16 id;
   NVME_PD_Info info;
-  std::optional<SmartRecord> smart;
+  std::optional<SmartLog> smart;
   std::optional<TRX_U8> waitingSlot;  ///< that the next reset activates; 0 for none
 
   bool failed() const { return (info.Status & TRX_PD_STATUS_FAIL) != 0; }

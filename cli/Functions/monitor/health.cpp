@@ -210,20 +210,20 @@ void Judgement::judgeReading(const AdapterFacts &adapter, const DiskFacts &disk,
 }
 
 void Judgement::judgeWear(const AdapterFacts &adapter, const DiskFacts &disk) {
-  const SmartRecord &log = *disk.smart;
-  const bool spareLow = log.spare < log.spareThreshold;
+  const SmartLog &log = *disk.smart;
+  const bool spareLow = log.availableSpare < log.availableSpareThreshold;
   if (spareLow) {
     tell(State::Critical, adapter, disk,
-         "spare " + std::to_string(log.spare) + "%, below its threshold of " +
-             std::to_string(log.spareThreshold) + "%");
+         "spare " + std::to_string(log.availableSpare) + "%, below its threshold of " +
+             std::to_string(log.availableSpareThreshold) + "%");
   }
   // The bit for the spare says the same once more.
   const auto warnings = static_cast<TRX_U8>(log.criticalWarning & (spareLow ? 0xFE : 0xFF));
   if (warnings != 0) tell(State::Critical, adapter, disk, "SMART critical warning: " + warningsOf(warnings));
-  if (log.kelvin != 0)
-    judgeReading(adapter, disk, "temperature", celsiusOf(log), "", "celsius", &Limits::temperature);
-  judgeReading(adapter, disk, "wear", log.used, "%", "percent", &Limits::wear);
-  if (const std::string errors = digitsOf(log.mediaErrors); errors != "0")
+  if (auto celsius = log.temperatureCelsius())
+    judgeReading(adapter, disk, "temperature", *celsius, "", "celsius", &Limits::temperature);
+  judgeReading(adapter, disk, "wear", log.percentageUsed, "%", "percent", &Limits::wear);
+  if (const std::string errors = digitsOf({log.mediaErrors}); errors != "0")
     tell(State::Warning, adapter, disk, errors + (errors == "1" ? " media error" : " media errors"));
 }
 

@@ -65,7 +65,7 @@ struct Family {
 
 constexpr char kGauge[] = "gauge", kCounter[] = "counter";
 
-Value sizeOf(uint64_t sectors, uint32_t sectorBytes) { return product(counterOf(sectors), sectorBytes); }
+Value sizeOf(uint64_t sectors, uint32_t sectorBytes) { return Multiple{counterOf(sectors), sectorBytes}; }
 
 void waits(const std::optional<TRX_U8> &slot, Samples &samples) {
   if (slot) samples.addFlag(*slot != 0);
@@ -106,17 +106,18 @@ void diskWarnings(const DiskFacts &disk, Samples &samples) {
 }
 
 void diskTemperature(const DiskFacts &disk, Samples &samples) {
-  if (disk.smart && disk.smart->kelvin != 0) samples.add(int64_t{celsiusOf(*disk.smart)});
+  if (!disk.smart) return;
+  if (auto celsius = disk.smart->temperatureCelsius()) samples.add(int64_t{*celsius});
 }
 
-template <TRX_U8 SmartRecord::*percent>
+template <TRX_U8 SmartLog::*percent>
 void diskRatio(const DiskFacts &disk, Samples &samples) {
   if (disk.smart) samples.add(Ratio{(*disk.smart).*percent});
 }
 
-template <Counter SmartRecord::*count, uint32_t unit = 1>
+template <Counter SmartLog::*count, uint32_t unit = 1>
 void diskCounter(const DiskFacts &disk, Samples &samples) {
-  if (disk.smart) samples.add(product((*disk.smart).*count, unit));
+  if (disk.smart) samples.add(Multiple{(*disk.smart).*count, unit});
 }
 
 // ---- volumes ----
@@ -170,16 +171,16 @@ constexpr Family<DiskFacts> kDisks[] = {
     {"trx_disk_firmware_pending", kGauge, "Whether firmware waits for a reset.", [](const DiskFacts &d, Samples &s) { waits(d.waitingSlot, s); }},
     {"trx_disk_critical_warning", kGauge, "1 for each critical warning of its SMART log.", diskWarnings},
     {"trx_disk_temperature_celsius", kGauge, "Composite temperature.", diskTemperature},
-    {"trx_disk_spare_ratio", kGauge, "Spare that is left.", diskRatio<&SmartRecord::spare>},
-    {"trx_disk_spare_threshold_ratio", kGauge, "Spare below which it is critical.", diskRatio<&SmartRecord::spareThreshold>},
-    {"trx_disk_wear_ratio", kGauge, "Used part of the life that its maker expects; may exceed 1.", diskRatio<&SmartRecord::used>},
-    {"trx_disk_read_bytes_total", kCounter, "Data read by the host.", diskCounter<&SmartRecord::dataUnitsRead, 512000>},
-    {"trx_disk_written_bytes_total", kCounter, "Data written by the host.", diskCounter<&SmartRecord::dataUnitsWritten, 512000>},
-    {"trx_disk_power_on_seconds_total", kCounter, "Time that it was powered on.", diskCounter<&SmartRecord::powerOnHours, 3600>},
-    {"trx_disk_power_cycles_total", kCounter, "Power cycles.", diskCounter<&SmartRecord::powerCycles>},
-    {"trx_disk_unsafe_shutdowns_total", kCounter, "Shutdowns without notice.", diskCounter<&SmartRecord::unsafeShutdowns>},
-    {"trx_disk_media_errors_total", kCounter, "Media and data integrity errors.", diskCounter<&SmartRecord::mediaErrors>},
-    {"trx_disk_error_log_entries_total", kCounter, "Entries that its error log ever had.", diskCounter<&SmartRecord::errorLogEntries>},
+    {"trx_disk_spare_ratio", kGauge, "Spare that is left.", diskRatio<&SmartLog::availableSpare>},
+    {"trx_disk_spare_threshold_ratio", kGauge, "Spare below which it is critical.", diskRatio<&SmartLog::availableSpareThreshold>},
+    {"trx_disk_wear_ratio", kGauge, "Used part of the life that its maker expects; may exceed 1.", diskRatio<&SmartLog::percentageUsed>},
+    {"trx_disk_read_bytes_total", kCounter, "Data read by the host.", diskCounter<&SmartLog::dataUnitsRead, 512000>},
+    {"trx_disk_written_bytes_total", kCounter, "Data written by the host.", diskCounter<&SmartLog::dataUnitsWritten, 512000>},
+    {"trx_disk_power_on_seconds_total", kCounter, "Time that it was powered on.", diskCounter<&SmartLog::powerOnHours, 3600>},
+    {"trx_disk_power_cycles_total", kCounter, "Power cycles.", diskCounter<&SmartLog::powerCycles>},
+    {"trx_disk_unsafe_shutdowns_total", kCounter, "Shutdowns without notice.", diskCounter<&SmartLog::unsafeShutdowns>},
+    {"trx_disk_media_errors_total", kCounter, "Media and data integrity errors.", diskCounter<&SmartLog::mediaErrors>},
+    {"trx_disk_error_log_entries_total", kCounter, "Entries that its error log ever had.", diskCounter<&SmartLog::errorLogEntries>},
 };
 
 constexpr Family<VolumeFacts> kVolumes[] = {
@@ -219,7 +220,7 @@ std::string escaped(const std::string &text) {
 struct NumberText {
   std::string operator()(int64_t number) const { return std::to_string(number); }
   std::string operator()(uint64_t number) const { return std::to_string(number); }
-  std::string operator()(const Counter &counter) const { return digitsOf(counter); }
+  std::string operator()(const Multiple &multiple) const { return digitsOf(multiple); }
   std::string operator()(Ratio ratio) const {
     char text[32];
     std::snprintf(text, sizeof text, "%g", ratio.hundredths / 100.0);

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <cstdio>
 #include <new>
 #include <span>
 #include <vector>
 
 #include "Functions/handlers.h"
 #include "Functions/smart/smart.h"
+#include "Public/exchange.h"
 #include "Public/files.h"
+#include "Public/listing.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 #include "Public/utility.h"
 
@@ -197,23 +199,24 @@ ControllerRequest passthruRequest(const Options &o) {
 
 /// The record's dwords; in place of the data pointer of an NVMe command, in 7 and 9, stand the address
 /// and the length of the host's buffer: the record itself has no pointer, the driver sets its own.
-void showCommandFormat(const ControllerRequest &request, std::span<const uint8_t> data) {
-  std::fputs("[Command Format]\n", stream);
-  for (unsigned i = 0; i < 16; ++i) {
-    TRX_U32 value = request.record().CDW[i];
-    if (i == 7) value = static_cast<TRX_U32>(reinterpret_cast<uintptr_t>(data.data()));
-    if (i == 9) value = static_cast<TRX_U32>(data.size());
-    std::fprintf(stream, "CDW%02u: 0x%x\n", i, value);
-  }
+void showCommandFormat(const ControllerRequest &request, std::span<const uint8_t> buffer) {
+  const TRX_U32 *cdw = request.record().CDW;
+  Numbers dwords{{cdw, cdw + 16}};
+  dwords.values[7] = static_cast<TRX_U32>(reinterpret_cast<uintptr_t>(buffer.data()));
+  dwords.values[9] = static_cast<TRX_U32>(buffer.size());
+  heading("[Command Format]\n");
+  for (size_t i = 0; i < dwords.values.size(); ++i)
+    heading("CDW%02zu: 0x%x\n", i, static_cast<TRX_U32>(dwords.values[i]));
+  data().put("command_dwords", dwords);
 }
 
 void _showRAWData(std::span<const uint8_t> data) {
   constexpr size_t kBytesPerLine = 16;
   for (size_t i = 0; i < data.size(); ++i) {
-    if (i % kBytesPerLine == 0) std::fputc('\n', stream);
-    std::fprintf(stream, "0x%02x ", data[i]);
+    if (i % kBytesPerLine == 0) heading("\n");
+    heading("0x%02x ", data[i]);
   }
-  std::fputc('\n', stream);
+  heading("\n");
 }
 
 bool asksForSmartLog(const Options &o) {
@@ -223,6 +226,7 @@ bool asksForSmartLog(const Options &o) {
 /// Show or save what came back. @return whether all of it was saved
 bool deliver(Options &o, std::span<const uint8_t> data) {
   bool saved = true;
+  listBytes(data);
   if (o.outputFile.given()) {
     saved = o.file.write_file(data.data(), data.size()) && o.file.close_file();
   } else {
@@ -237,15 +241,13 @@ bool deliver(Options &o, std::span<const uint8_t> data) {
 int32_t readFromDisk(Options &o, const ControllerRequest &request, std::span<uint8_t> data) {
   // The transfer has 16 bits of length. What was asked for beyond stays zero, and is shown and saved
   // with the rest, so that a file has the length that was given.
-  auto length = static_cast<TRX_U16>(data.size());
-  TRX_U32 status =
-      TRX_Adapter_PassthruAdmin(gCurrentAdapter, &request.record(), nullptr, 0, data.data(), length);
+  TRX_U32 status = sendPassthru(gCurrentAdapter, request.record(), {}, data);
   if (status != 0) {
-    std::fputs("Passthrough command is failed.\n", stream);
+    tellFailed("Passthrough command is failed.\n");
     return static_cast<int32_t>(status);
   }
   if (!deliver(o, data)) return 1;
-  std::fputs("Passthrough command is success.\n", stream);
+  tell("Passthrough command is success.\n");
   return 0;
 }
 
@@ -268,10 +270,10 @@ int32_t doPassthru(int argc, char **argv, const Command_Info *row) {
 
   std::span<uint8_t> data(reinterpret_cast<uint8_t *>(o.pages.data()), o.dataLength.value);
   ControllerRequest request = passthruRequest(o);
-  std::fprintf(stream, "CDW[0]: 0x%x\n", diskDword0(o));
+  tell("CDW[0]: 0x%x\n", diskDword0(o));
   if (o.showCommand) showCommandFormat(request, data);
   if (o.request.value != Request::Read) {
-    std::fputs("VMware does not support passthrough write command .\n", stream);
+    tellWrong(Outcome::Refused, "VMware does not support passthrough write command .\n");
     return 0;
   }
   return readFromDisk(o, request, data);

@@ -2,6 +2,7 @@
 #include "Functions/simple/pcie_config.h"
 
 #include "Public/common.h"
+#include "Public/report.h"
 
 namespace trx {
 namespace {
@@ -27,7 +28,10 @@ constexpr int kMostPolls = 100;
 enum : TRX_U32 { kUnsupportedRequest = 1, kRetryStatus = 2, kCompleterAbort = 4 };
 
 // Without a line break: the message of the next step follows on the same line.
-bool fail(const char *text) { return complain("%s", text); }
+bool fail(const char *text) {
+  tellFailed("%s", text);
+  return false;
+}
 
 }  // namespace
 

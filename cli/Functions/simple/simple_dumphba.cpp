@@ -64,7 +64,7 @@ void printSwitches(const Page &data) {
   listing.row("  Level:", "gpio_level", Hex{data.at<TRX_U32>(68)});
   listing.row("  Value:", "gpio_value", Hex{data.at<TRX_U32>(72)});
   listing.row("  Set Default:", "gpio_set_default", onOff(data.at<TRX_U32>(76)));
-  listing.fact("information", Bytes{data.bytes});
+  listing.fact("data", Bytes{data.bytes});
   heading("\n\n");
 }
 

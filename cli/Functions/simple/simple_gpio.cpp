@@ -2,6 +2,7 @@
 #include "Functions/handlers.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -87,7 +88,7 @@ int32_t doSGPIO(int argc, char **argv, const Command_Info *row) {
   if (auto result = readOptions(argc, argv, row, kOptions, o, 0, ParserErrorHelp::Yes)) return *result;
   if (anyRepeated(o.functionSwitch, o.level, o.value, o.setDefault)) return complainDuplicate();
   // A trace that was left behind and that scripts have learnt to skip.
-  std::fprintf(stream, "result: %d\n", static_cast<int32_t>(o.functionSwitch.value & ~kPins));
+  tell("result: %d\n", static_cast<int32_t>(o.functionSwitch.value & ~kPins));
   if (!onlyPins(o)) return 0;
   return sendAndTell(gpioRequest(o), {"GPIO setting success.\n", "GPIO setting failed.\n"});
 }

@@ -16,7 +16,7 @@ Examples:
 )";
 
 int32_t doHotkey(int, char **, const Command_Info *row) {
-  printHelp(row);
+  answerHelp(row);
   return 0;
 }
 

@@ -2,8 +2,11 @@
 #include "Functions/handlers.h"
 #include "Functions/simple/pcie_config.h"
 #include "Functions/simple/simple_register.h"
+#include "Public/exchange.h"
+#include "Public/listing.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 
 namespace trx {
 
@@ -44,8 +47,11 @@ class DeviceRegisters : public RegisterAccess {
 
   TRX_U32 read(TRX_U32 address) override {
     Page page;
-    if (registerRead(pcieId_, address).trace().fetch(gCurrentAdapter, page, kRegisterBytes) != 0) {
-      std::fputs("Read register failed.\n", stream);
+    const TRX_U32 status =
+        registerRead(pcieId_, address).trace().fetch(gCurrentAdapter, page, kRegisterBytes);
+    noteAnswer();
+    if (status != 0) {
+      tellFailed("Read register failed.\n");
       return 0;
     }
     TRX_U32 data = page.at<TRX_U32>(0);
@@ -56,39 +62,66 @@ class DeviceRegisters : public RegisterAccess {
   // A failed write shows in the reads that follow, and the library tells its status.
   void write(TRX_U32 address, TRX_U32 data) override {
     registerWrite(pcieId_, address, data).trace().send(gCurrentAdapter);
+    noteAnswer();
   }
 
+  /// Whether every access so far was answered: else the values are none that a machine should take for true.
+  bool answered() const { return answered_; }
+
  private:
+  void noteAnswer() { answered_ = answered_ && !lastFailure(); }
+
   TRX_U16 pcieId_;
+  bool answered_ = true;
 };
 
 // The lines end with a carriage return behind the line feed; scripts know them so.
 
-void printLink(TRX_U32 linkStatus) {
-  switch (linkStatus >> 16 & 0xF) {
+const char *speedWord(TRX_U32 generation) {
+  switch (generation) {
     case 3:
-      std::fputs("Link Speed: Gen3 8.0 GT/s\n\r", stream);
-      break;
+      return "Gen3 8.0 GT/s";
     case 2:
-      std::fputs("Link Speed: Gen2 5.0 GT/s\n\r", stream);
-      break;
+      return "Gen2 5.0 GT/s";
     default:
-      std::fputs("Link Speed: Gen1 2.5GT/s\n\r", stream);
-      break;
+      return "Gen1 2.5GT/s";
   }
-  TRX_U32 lanes = linkStatus >> 20 & 0xF;
-  std::fprintf(stream, "Link Width: x%u\n\r", lanes == 8 || lanes == 4 || lanes == 2 ? lanes : 1);
 }
 
-bool printErrors(PcieConfig &config) {
+const char *widthWord(TRX_U32 lanes) {
+  switch (lanes) {
+    case 8:
+      return "x8";
+    case 4:
+      return "x4";
+    case 2:
+      return "x2";
+    default:
+      return "x1";
+  }
+}
+
+void printLink(TRX_U32 linkStatus, bool known) {
+  const TRX_U32 speed = linkStatus >> 16 & 0xF, lanes = linkStatus >> 20 & 0xF;
+  heading("Link Speed: %s\n\r", speedWord(speed));
+  heading("Link Width: %s\n\r", widthWord(lanes));
+  data().put("link_speed", Enumerated{speedWord(speed), speed}, known);
+  data().put("link_width", Enumerated{widthWord(lanes), lanes}, known);
+}
+
+bool printErrors(PcieConfig &config, const DeviceRegisters &registers) {
+  data().put("correctable_errors", Nothing{});
+  data().put("uncorrectable_errors", Nothing{});
   std::optional<TRX_U32> position = config.findExtendedCapability(kExtendedCapabilityErrorReporting);
   if (!position) return false;
   if (*position == 0) return true;  // Error reporting is an optional capability.
   TRX_U32 uncorrectable, correctable;
   if (!config.pio_CfgRd(*position + 4, &uncorrectable) || !config.pio_CfgRd(*position + 0x10, &correctable))
     return false;
-  std::fprintf(stream, "Correctable errors: 0x%x\n\r", correctable);
-  std::fprintf(stream, "Uncorrectable errors: 0x%x\n\r", uncorrectable);
+  heading("Correctable errors: 0x%x\n\r", correctable);
+  heading("Uncorrectable errors: 0x%x\n\r", uncorrectable);
+  data().put("correctable_errors", Hex{correctable}, registers.answered());
+  data().put("uncorrectable_errors", Hex{uncorrectable}, registers.answered());
   return true;
 }
 
@@ -106,13 +139,14 @@ int32_t doSpcie(int argc, char **argv, const Command_Info *row) {
   std::optional<TRX_U32> position = config.findCapability(kCapabilityPciExpress);
   if (!position) return 1;
   if (*position == 0) {
-    std::fputs("PCI Express capability is not found.\n", stream);
+    // There is no device, or none that tells of its link.
+    tellWrong(Outcome::NotFound, "PCI Express capability is not found.\n");
     return 1;
   }
   TRX_U32 linkStatus;
   if (!config.pio_CfgRd(*position + 0x10, &linkStatus)) return 1;
-  printLink(linkStatus);
-  return printErrors(config) ? 0 : 1;
+  printLink(linkStatus, registers.answered());
+  return printErrors(config, registers) ? 0 : 1;
 }
 
 }  // namespace trx

@@ -2,8 +2,10 @@
 #include "Functions/simple/simple_register.h"
 
 #include "Functions/handlers.h"
+#include "Public/listing.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
+#include "Public/report.h"
 
 namespace trx {
 
@@ -52,7 +54,7 @@ constexpr OptionRow<Options> kOptions[] = {
        return o.id.take(hexOrDecimalUpTo(0xFFFF, text)) || complain("-i : invalid PCIe ID '%s'\n", text); }},
     {"data", 'd', Argument::Required, [](Options &o, const char *text) {
        // The size of a pointer, not of the text: a trace that scripts have learnt to skip.
-       std::fprintf(stream, "size of optarg: %d\n", 8);
+       tell("size of optarg: %d\n", 8);
        return o.data.take(hexOrDecimalUpTo(UINT32_MAX, text)) || complain("-d : invalid data '%s'\n", text); }},
     {"address", 'a', Argument::Required, [](Options &o, const char *text) {
        return o.address.take(hexOrDecimalUpTo(UINT32_MAX, text)) || complain("-a : invalid address '%s'\n", text); }},
@@ -60,16 +62,21 @@ constexpr OptionRow<Options> kOptions[] = {
 // clang-format on
 
 int32_t readRegister(TRX_U16 id, TRX_U32 address) {
-  Page data;
-  TRX_U32 status = registerRead(id, address).trace().fetch(gCurrentAdapter, data, kRegisterBytes);
+  Page page;
+  TRX_U32 status = registerRead(id, address).trace().fetch(gCurrentAdapter, page, kRegisterBytes);
+  const auto bytes = std::span(page.bytes).first<kRegisterBytes>();
+  const TRX_U32 value = page.at<TRX_U32>(0);
   // Also the bytes of a failed read: what is left of them may tell why.
-  for (unsigned i = 0; i < kRegisterBytes; ++i) std::fprintf(stream, "0x%02x ", data.bytes[i]);
+  for (TRX_U8 byte : bytes) heading("0x%02x ", byte);
+  listBytes(bytes);
   if (status != 0) {
-    std::fputs("Read register failed.\n", stream);
+    tellFailed("Read register failed.\n");
   } else {
-    std::fprintf(stream, "Data:0x%x, Address:0x%x\n", data.at<TRX_U32>(0), address);
-    std::fputs("Read register successful.\n", stream);
+    heading("Data:0x%x, Address:0x%x\n", value, address);
+    tell("Read register successful.\n");
   }
+  data().put("address", Hex{address});
+  Listing(0).fact("value", Hex{value});
   return static_cast<int32_t>(status);
 }
 

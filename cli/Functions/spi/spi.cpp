@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/handlers.h"
+#include "Public/exchange.h"
 #include "Public/files.h"
+#include "Public/listing.h"
 #include "Public/options.h"
+#include "Public/report.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -60,21 +63,21 @@ int32_t doSPI(int argc, char **argv, const Command_Info *row) {
   if (anyRepeated(o.type, o.outputFile, o.inputFile)) return complainDuplicate();
   if (!o.type.given()) return complainRequired(argv[0], 't', 0);
   if (o.type.value == Access::Write) {
-    std::fputs("VMware does not support SPI write.\n", stream);
+    tellWrong(Outcome::Refused, "VMware does not support SPI write.\n");
     return 0;
   }
   CommandFile file;
   if (o.outputFile.given() && !file.openOrComplain(o.outputFile.value, "wb")) return 0;
 
   Page data;
-  TRX_U32 status = TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_GET_LOG_PAGE, 0, &kSpiLogPage, 1, nullptr, 0,
-                                     data.bytes, sizeof data.bytes);
+  TRX_U32 status = sendAdmin(gCurrentAdapter, TRX_NVME_GET_LOG_PAGE, 0, {&kSpiLogPage, 1}, {}, data.bytes);
   if (status != 0) {
-    std::fputs("Read SPI failed.\n", stream);
+    tellFailed("Read SPI failed.\n");
     return static_cast<int32_t>(status);
   }
+  listBytes(data.bytes);
   if (file.isOpen() && !(file.write_file(data.bytes, sizeof data.bytes) && file.close_file())) return 1;
-  std::fputs("Read SPI successful.\n", stream);
+  tell("Read SPI successful.\n");
   return 0;
 }
 

@@ -9,7 +9,8 @@
 namespace trx {
 
 /// Print what an administrator reads of Identify Controller data (NVMe base standard, CNS 01h), a line
-/// per field in the standard's names, on `stream`. Bytes beyond the end of `data` read as zero.
+/// per field in the standard's names, on `stream` or, under `identify_controller`, into the document. Bytes
+/// beyond the end of `data` read as zero.
 void printIdentifyController(std::span<const TRX_U8> data);
 
 }  // namespace trx

@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cassert>
 
+#include "Public/exchange.h"
 #include "Public/numbers.h"
+#include "Public/report.h"
 
 namespace trx {
 namespace {
@@ -37,19 +39,21 @@ std::span<TRX_U8> MiMessage::bytes() { return {pages_[0].bytes, length_}; }
 
 TRX_U32 MiMessage::send() {
   const TRX_U32 cdw[] = {0, static_cast<TRX_U32>(length_ / 4 - 1)};
-  return TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_MI_SEND, 0, cdw, 2, pages_[0].bytes,
-                           static_cast<TRX_U16>(length_), nullptr, 0);
+  return sendAdmin(gCurrentAdapter, TRX_NVME_MI_SEND, 0, cdw, bytes(), {});
 }
 
 TRX_U32 miExchange(MiMessage &message, MiResponse &response) {
   TRX_U32 status = message.send();
   if (status != 0) {
-    std::fputs("MI send for VPD read failed.\n", stream);
+    tellFailed("MI send for VPD read failed.\n");
     return status;
   }
-  status = TRX_Adapter_Admin(gCurrentAdapter, TRX_NVME_MI_RECEIVE, 0, nullptr, 0, nullptr, 0,
-                             response.page.bytes, sizeof response.page.bytes);
-  std::fputs(status == 0 ? "MI send for VPD read success.\n" : "MI receive for VPD read failed.\n", stream);
+  status = sendAdmin(gCurrentAdapter, TRX_NVME_MI_RECEIVE, 0, {}, {}, response.page.bytes);
+  if (status == 0) {
+    tell("MI send for VPD read success.\n");
+  } else {
+    tellFailed("MI receive for VPD read failed.\n");
+  }
   return status;
 }
 
@@ -66,6 +70,7 @@ bool openOutput(MiOptions &o, const char *text) {
 }
 
 int32_t printBareHelp(const Command_Info *row) {
+  noteUsage();
   std::fprintf(stream, "%s%s", row->cmdShortHelp, row->cmdHelp);
   return 1;
 }
@@ -80,8 +85,8 @@ void traceRequest(const MiOptions &o) {
 bool writeData(MiOptions &o, const MiResponse &response) {
   std::span<const TRX_U8> data = response.data();
   if (o.length.value > data.size()) {
-    std::fprintf(stream, "The response holds %zu bytes of data, less than the data length 0x%x.\n",
-                 data.size(), o.length.value);
+    tellWarning("The response holds %zu bytes of data, less than the data length 0x%x.\n", data.size(),
+                o.length.value);
   }
   return o.data.write_file(data.data(), std::min<size_t>(o.length.value, data.size())) && o.data.close_file();
 }

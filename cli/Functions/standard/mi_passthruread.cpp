@@ -2,7 +2,9 @@
 #include "Functions/handlers.h"
 #include "Functions/standard/identify_print.h"
 #include "Functions/standard/mi_message.h"
+#include "Public/listing.h"
 #include "Public/numbers.h"
+#include "Public/report.h"
 
 namespace trx {
 
@@ -50,6 +52,9 @@ MiMessage identifyMessage(TRX_U32 disk) {
   return message;
 }
 
+/// Bytes of the response that are shown.
+constexpr size_t kShown = 512;
+
 void printDwords(std::span<const TRX_U8> bytes) {
   for (size_t i = 0; i < bytes.size(); ++i) {
     if (i % 4 == 0) std::fprintf(stream, "\nCDW%d ", static_cast<int>(i / 4));
@@ -76,11 +81,12 @@ int32_t doMIPassthruRead(int argc, char **argv, const Command_Info *row) {
   if (status != 0) return static_cast<int32_t>(status);
 
   bool written = true;
+  listBytes(response.data().first(kShown));
   if (o.file.given()) {
     written = writeData(o, response);
   } else {
-    std::fputs("content.....\n", stream);
-    printDwords(response.data().first(512));
+    heading("content.....\n");
+    if (!gathersFacts()) printDwords(response.data().first(kShown));
   }
   printIdentifyController(response.data());
   return written ? 0 : 1;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/handlers.h"
 #include "Functions/standard/mi_message.h"
+#include "Public/listing.h"
+#include "Public/report.h"
 
 namespace trx {
 
@@ -49,8 +51,10 @@ bool checkFile(size_t fileBytes, TRX_U32 length) {
 
 /// The line breaks follow the place in the VPD, not in the data.
 void echo(std::span<const TRX_U8> data, TRX_U32 offset) {
-  for (size_t i = 0; i < data.size(); ++i)
-    std::fprintf(stream, (offset + i) % 8 == 0 ? "\n0x%x " : "0x%x ", data[i]);
+  trx::data().put("data", Bytes{data});
+  for (size_t i = 0; i < data.size(); ++i) heading((offset + i) % 8 == 0 ? "\n0x%x " : "0x%x ", data[i]);
+  // What follows usually stands on the same line; what would be sent is a page of its own.
+  if (gLine.dryRun) heading("\n");
 }
 
 }  // namespace
@@ -64,7 +68,7 @@ int32_t doMIPassthruWrite(int argc, char **argv, const Command_Info *row) {
   if (!o.length.given()) return complainRequired(argv[0], 'l', 0);
   if (!o.file.given()) return complainRequired(argv[0], 'f', 0);
   if (exceeds(o, kWritableBytes)) {
-    std::fprintf(stream, "Invalid range via offset:0x%x, data length:0x%x\n", o.offset.value, o.length.value);
+    complain("Invalid range via offset:0x%x, data length:0x%x\n", o.offset.value, o.length.value);
     return 0;
   }
   size_t fileBytes = o.data.get_file_length();
@@ -78,7 +82,11 @@ int32_t doMIPassthruWrite(int argc, char **argv, const Command_Info *row) {
   traceRequest(o);
   echo(data, o.offset.value);
   TRX_U32 status = message.send();
-  std::fputs(status == 0 ? "MI send for VPD write success.\n" : "MI send for VPD write failed.\n", stream);
+  if (status == 0) {
+    tell("MI send for VPD write success.\n");
+  } else {
+    tellFailed("MI send for VPD write failed.\n");
+  }
   return static_cast<int32_t>(status);
 }
 

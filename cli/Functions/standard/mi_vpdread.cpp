@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Functions/handlers.h"
 #include "Functions/standard/mi_message.h"
+#include "Public/listing.h"
+#include "Public/report.h"
 
 namespace trx {
 
@@ -31,10 +33,12 @@ constexpr TRX_U32 kVpdBytes = 512;
 constexpr OptionRow<MiOptions> kOptions[] = {kMiOffset, kMiLength, kMiOutputFile};
 
 /// Always the same count of bytes, whatever length was asked for. This is meant.
-void printData(const MiResponse &response) {
-  constexpr size_t kShown = 256;
+constexpr size_t kShown = 256;
+
+void printData(std::span<const TRX_U8> data) {
+  if (gathersFacts()) return;
   std::fputs("content.....\n", stream);
-  for (size_t i = 0; i < kShown; ++i) std::printf(i % 8 == 0 ? "\n0x%x " : "0x%x ", response.data()[i]);
+  for (size_t i = 0; i < data.size(); ++i) std::printf(i % 8 == 0 ? "\n0x%x " : "0x%x ", data[i]);
   std::printf("\n");
 }
 
@@ -49,8 +53,7 @@ int32_t doVPDRead(int argc, char **argv, const Command_Info *row) {
   if (!o.offset.given()) return complainRequired(argv[0], 'o', 0);
   if (!o.length.given()) return complainRequired(argv[0], 'l', 0);
   if (exceeds(o, kVpdBytes)) {
-    std::fprintf(stream, "Invalid range via offset: 0x%x, data length: 0x%x\n", o.offset.value,
-                 o.length.value);
+    complain("Invalid range via offset: 0x%x, data length: 0x%x\n", o.offset.value, o.length.value);
     return 0;
   }
 
@@ -60,8 +63,9 @@ int32_t doVPDRead(int argc, char **argv, const Command_Info *row) {
   MiResponse response;
   TRX_U32 status = miExchange(message, response);
   if (status != 0) return static_cast<int32_t>(status);
+  listBytes(response.data().first(kShown));
   if (o.file.given()) return writeData(o, response) ? 0 : 1;
-  printData(response);
+  printData(response.data().first(kShown));
   return 0;
 }
 
