@@ -96,7 +96,10 @@ void runMiReceive(Context &context, const Command &command, Completion &completi
     completion.data.insert(completion.data.end(), vpd, vpd + dwordAt(message, 12));
   }
   fitData(completion, command.wanted);
-  context.change().core.miRequestLength = 0;
+  // Nothing is left of it: reading changes nothing.
+  AdapterCore &after = context.change().core;
+  std::fill_n(after.miRequest, after.miRequestLength, uint8_t{0});
+  after.miRequestLength = 0;
 }
 
 }  // namespace sim

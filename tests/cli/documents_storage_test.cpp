@@ -105,7 +105,7 @@ TEST(StorageDocuments, TellSettingsEventsAndTheLog) {
     {"!fault add op=e2 group=e0 sub=1 nvme=6", ""}, {"get -o hba", "refused", R"({"settings": [{"id": 0, "error": {"code": 6}}]})"},
     {"get -o hba -i 2", "not_found"}, {"get -o hba -i x", "usage"}, {"1 get -o hba", "refused"}, {"set -o hba -i 0", "usage"},
     {"set -o hba -i 0 -r low", "ok", R"({"settings": [{"id": 0, "auto_rebuild": false, "bga_rate": "low"}]})", "i"},
-    {"log -a show", "refused", R"({"log_on": false})"}, {"log -a on", "ok", R"({"log_on": true})"}, {"log", "usage"}, {"log -a show --outputfile=/none/x", "not_found"},
+    {"log -a show", "refused", R"({"log_on": false})"}, {"log -a on", "ok", R"({"log_on": true})"}, {"log", "usage"}, {"log -a show --outputfile=/none/x", "failed"},
     {"adapter --list", "ok", R"({"adapter_count": 2, "current_adapter": 0, "adapters": [{"id": 0, "device": "vmhba2"}, {"id": 1, "device": "vmhba3"}]})", ""},
     {"adapter -i 2", "not_found"}, {"adapter -i 1 -s 03:00.00", "usage"},
     {"reset -i 1 -t device -a on", "usage"}, {"reset -i 2 -t power -a on", "usage"}, {"vpd -t spi", "ok", R"({"vpd_target": "spi"})"}, {"kxf -a on", "ok", R"({"kxf": true})"},

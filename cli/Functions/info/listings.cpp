@@ -199,8 +199,9 @@ void getLDInfoSA(TRX_U16 id) {
   }
   TRX_U8 printed = 0;
   heading("\n");
+  const TRX_U16 tries = summaryOf(gCurrentAdapter).MaxVD;
   Tally tally(kVolumes);
-  for (TRX_U16 i = 0; i < summaryOf(gCurrentAdapter).MaxVD; ++i) {
+  for (TRX_U16 i = 0; i < tries; ++i) {
     if (!printVolume(i, begun)) {
       begun ? tally.unread(lastFailure()) : tally.absent(i);
       continue;
