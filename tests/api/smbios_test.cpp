@@ -112,7 +112,8 @@ TEST(Smbios, ReadsFilesOfBothKinds) {
     EXPECT_EQ(printed([&] { slots = smbios_read_slots(file.path.c_str()); }), row.error) << row.what;
     EXPECT_EQ(slotOf(slots, "03:00.00"), row.expected) << row.what;
   }
-  EXPECT_TRUE(smbios_read_slots("/nowhere").empty());
+  const auto read = [] { return smbios_read_slots("/nowhere"), smbios_read_slots("/sys/kernel/profiling"); };
+  EXPECT_EQ(printed(read), "2>/sys/kernel/profiling: Unexpected end of file\n") << "shorter than it says";
 }
 
 // The text of dmidecode, of which only the lines about designations, usage and buses count.
