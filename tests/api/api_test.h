@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <semaphore.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -59,6 +60,16 @@ std::string printed(Call call) {
   const std::string error = testing::internal::GetCapturedStderr();
   return testing::internal::GetCapturedStdout() + (error.empty() ? "" : "2>" + error);
 }
+
+/// A process that was started without a standard input: the next file that it opens has number 0.
+struct WithoutInput {
+  WithoutInput() { close(0); }
+  ~WithoutInput() {
+    dup2(kept, 0);
+    close(kept);
+  }
+  const int kept = dup(0);
+};
 
 /// One file in a folder of its own.
 struct TemporaryFile {

@@ -16,6 +16,7 @@ class Flash : public StartedTest {
     NVME_Flash_Result result{};
     platform.commands.clear();
     said = printed([&] {
+      const WithoutInput none;
       EXPECT_EQ(TRX_Adapter_Flash(adapter, path.data(), fs, ca, type), 0u);
       do {
         usleep(1000);

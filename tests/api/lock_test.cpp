@@ -88,6 +88,7 @@ TEST_F(Lock, IsForEveryUserAndNeedsASemaphore) {
     std::filesystem::remove(place);
     ASSERT_EQ(std::system((make + " " + place).c_str()), 0);
     const auto useTwice = [&] {
+      const WithoutInput none;
       for (int i = 0; i < 2; ++i) use(0);
       exit(0);
     };
