@@ -128,7 +128,7 @@ TEST_F(NvmeLib, FoldsStatuses) {
       {[&] { return Nvme_AdminPassthru(h, &io); },       {.driverStatus = 9}, 9},
       {[&] { return Nvme_AdminPassthru(h, &io); },       {.platformStatus = 8, .driverStatus = 9}, 8},
       {[&] { return Nvme_AdminPassthru_error(h, 1, &io); }, {.driverStatus = 9}, 0},
-      {[&] { return Nvme_FWActivate(h, 1, 1); },         {.sct = 1, .sc = 0x0B}, 1},
+      {[&] { return Nvme_FWActivate(h, 1, 0); },         {.sct = 1, .sc = 0x0B}, 1},
       {[&] { return Nvme_FWActivate(h, 1, 1); },         {.driverStatus = 5, .sct = 1, .sc = 0x0B}, 5},
       {[&] { return Nvme_FormatNvm(h, 0, 0, 0, 0, 0, 1); }, {.sct = 1, .sc = 0x0B}, 0x10B},
       {[&] { return Nvme_FWDownload(h, 1, image, 8192); }, {.driverStatus = 6}, 6},
