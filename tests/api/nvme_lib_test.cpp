@@ -5,6 +5,8 @@
 
 #include "api_test.h"
 
+extern "C" int readError;
+
 namespace {
 
 class NvmeLib : public ApiTest {
@@ -160,10 +162,12 @@ TEST_F(NvmeLib, LoadsImageFiles) {
       {"/nowhere", -2, "2>ERROR: Failed to open firmware image.\n"},
       {folder, -1, "2>ERROR: " + folder + " is not a file.\n"},
       {fifo, -1, "2>ERROR: " + fifo + " is not a file.\n"},
+      {file.path, -5, "2>ERROR: Failed to read firmware image: Input/output error.\n"},
       {"/proc/self/mem", 0, ""},
   };
   for (const auto &[path, status, error] : rows) {
     SCOPED_TRACE(path);
+    readError = path == file.path ? EIO : 0;
     const auto load = [&, name = path.c_str()] { return Nvme_FWLoadImage(name, &image, &size); };
     EXPECT_EQ(printed([&, expected = status] { EXPECT_EQ(load(), expected); }), error);
   }

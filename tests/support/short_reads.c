@@ -6,16 +6,18 @@
 ssize_t __real_read(int file, void *data, size_t length);
 ssize_t __real_pread(int file, void *data, size_t length, off_t offset);
 
-static int interrupted(void) {
-  static _Thread_local int now;
-  errno = EINTR;
-  return now = !now;
+int readError; /* of all reads, when it is not 0 */
+
+static int fails(void) {
+  static _Thread_local int interrupted;
+  errno = readError ? readError : EINTR;
+  return readError || (interrupted = !interrupted);
 }
 
 ssize_t __wrap_read(int file, void *data, size_t length) {
-  return interrupted() ? -1 : __real_read(file, data, length - length / 2);
+  return fails() ? -1 : __real_read(file, data, length - length / 2);
 }
 
 ssize_t __wrap_pread(int file, void *data, size_t length, off_t offset) {
-  return interrupted() ? -1 : __real_pread(file, data, length - length / 2, offset);
+  return fails() ? -1 : __real_pread(file, data, length - length / 2, offset);
 }
