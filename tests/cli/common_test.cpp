@@ -12,6 +12,7 @@
 #include "Public/files.h"
 #include "Public/listing.h"
 #include "Public/numbers.h"
+#include "Public/options.h"
 #include "Public/request.h"
 
 namespace trx {
@@ -95,6 +96,8 @@ TEST(Dispatch, FindsWordsAndAbbreviations) {
   };
   for (const auto &row : rows) EXPECT_THAT(dispatch(row.line, row.result), StartsWith(row.beginning)) << row.line;
   dbg_enable = false;
+  Split bare("mp -h");  // as a command without options would read it
+  test::outputOf([&] { EXPECT_EQ(parseNoOptions(bare.count, bare.tokens.data(), generalCmdTableV1, HelpOption::Declared), Parsed::Help); });
 }
 
 TEST(Dispatch, HelpListsTheGeneralTable) {
