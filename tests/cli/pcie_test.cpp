@@ -91,7 +91,7 @@ TEST(PcieConfig, FollowsCapabilityLists) {
       {{{0x40, 0x70FF}, {0x70, 0x0010}}, false, 0, 1},  // no such device
       {{{0x40, 0x4001}}, false, 0, 16},  // a list that goes round
       {longList, false, 0x7C, 16}, {tooLong, false, 0, 16},
-      {{{0x100, 0x14010003}, {0x140, 0x00020001}}, true, 0x140, 2}, {{{0x100, 0x03C10003}}, true, 0, 1},
+      {{{0x100, 0x14310003}, {0x140, 0x00020001}}, true, 0x140, 2}, {{{0x100, 0x03C10003}}, true, 0, 1},
       {{{0x100, 0xFFFFFFFF}}, true, 0, 1}, {longExtended, true, 0x100 + 4 * 71, 72}, {tooLongExtended, true, 0, 72},
   };
   for (const auto &row : rows) {

@@ -226,6 +226,7 @@ TEST(Log, RefusesWhatCannotBeRead) {
   EXPECT_EQ(show({}).out, empty);
   deviceSays = [](std::span<uint8_t> reply) { reply[8] = 1, reply[16] = '.'; };
   EXPECT_EQ(show({}).out, std::string(16384, '.') + "SPI log does not end\n");
+  EXPECT_EQ(session.run("log -a show --outputfile=/dev/full").status, 1);
 }
 
 // clang-format on
