@@ -3,6 +3,7 @@
 #include <numeric>
 
 #include "api_test.h"
+#include "function/systemdisk.h"
 
 namespace {
 
@@ -137,6 +138,7 @@ TEST_F(SysNotify, KnowsTheDiskOfTheSystem) {
   EXPECT_EQ(has("ANOTHER"), 256u);
   EXPECT_EQ(has("A SERIAL NUMBER 1235"), 0u);
   TRX_Final();
+  EXPECT_EQ(GetNVMEDiskManagementInstance()->m_os_devs[1], nullptr);
   start();
   EXPECT_EQ(has(serial), 0u) << "forgotten";
 }
