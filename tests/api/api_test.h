@@ -18,6 +18,9 @@
 #include "trx/trx_api.h"
 #include "trx/trx_product.h"
 
+/// What every read fails with, when it is not 0.
+extern "C" int readError;
+
 template <typename Record>
 Bytes bytesOf(const Record &record) {
   const auto *bytes = reinterpret_cast<const uint8_t *>(&record);

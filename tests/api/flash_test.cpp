@@ -119,6 +119,11 @@ TEST_F(Flash, SaysWhyThereIsNoImage) {
     EXPECT_EQ(run(path, 1, 1, type), "1% 1 ") << path;
     EXPECT_EQ(said, "2>Firmware image " + path + ": " + reason + ".\n");
   }
+  std::filesystem::resize_file(large, (uint64_t{1} << 32) - 4096);
+  readError = EIO;
+  run(large);
+  readError = 0;
+  EXPECT_EQ(said.find("too large"), said.npos) << said;
 }
 
 TEST_F(Flash, EndsWhereItFails) {

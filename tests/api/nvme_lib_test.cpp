@@ -5,8 +5,6 @@
 
 #include "api_test.h"
 
-extern "C" int readError;
-
 namespace {
 
 class NvmeLib : public ApiTest {

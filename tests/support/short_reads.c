@@ -6,7 +6,7 @@
 ssize_t __real_read(int file, void *data, size_t length);
 ssize_t __real_pread(int file, void *data, size_t length, off_t offset);
 
-int readError; /* of all reads, when it is not 0 */
+int readError;
 
 static int fails(void) {
   static _Thread_local int interrupted;
