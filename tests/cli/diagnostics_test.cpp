@@ -41,6 +41,7 @@ TEST(Register, KeepsWhatIsWritten) {
       {"reg -t erase", "-t : invalid type 'erase'"}, {"reg -i 1 -a 0", "reg: option -t is required"}, {"reg -t read -a 0", "reg: option -i is required"},
       {"reg -t read -i 0", "reg: option -a is required"}, {"reg -t write -i 0 -a 0", "reg: option -d is required"},
   });
+  EXPECT_EQ(session.run("reg -t read -i 65535 -a 0").status, 2) << "the controller refuses it";
 }
 
 std::string infoBlock(const std::string &spiLog, const std::string &target, const std::string &gpio, const std::string &setDefault) {

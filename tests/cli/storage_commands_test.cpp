@@ -105,7 +105,7 @@ TEST(Ns, ReadsItsOptionsAndSendsOneRequest) {
     {"ns -a create -i 0", 0, "invalid id '0'\n", {}, 1},
     {"ns -a create -c 3 -i 255 -l 0x123456789", 0x706, "\nUnable to create NS\n", {"vmhba3 admin op=e2 cdw12=3ff04e5 cdw13=23456789 cdw14=1"}, 1},
     {"ns -a init -i 9 -n 258", 0x706, "\nUnable to initial NS\n", {"vmhba3 admin op=e2 cdw12=902e5 cdw14=2"}},
-    {"ns -a share -i 9 -s no -c 300", 0x704, "\nUnable to set sharing NS\n", {"vmhba3 admin op=e2 cdw12=903e5 cdw14=12c00"}},
+    {"ns -a share -i 9 -s no -c 16777215", 0x704, "\nUnable to set sharing NS\n", {"vmhba3 admin op=e2 cdw12=903e5 cdw14=ffffff00"}},
     {"ns -a ATTACH -i 9", 0xB, "Attach namespace failed\n", {"vmhba3 admin op=15 nsid=9 len=4096"}},
     {"ns -a detach -i 9", 0xB, "Detach namespace failed\n", {"vmhba3 admin op=15 nsid=9 cdw10=1 len=4096"}},
     {"ns -d 1,0", 0, "invalid controller id '0'\n", {}, 1},
