@@ -2,7 +2,9 @@
 // Lines into words, words into calls, texts into numbers and paths: no controller needed.
 #include "Public/common.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <array>
 #include <optional>
@@ -159,12 +161,25 @@ TEST(Request, FlagsExactlyTheDwordsThatAreSet) {
   EXPECT_EQ(disk.record().CDW[1], 4u);
 }
 
+TEST(DeviceText, SteersNoTerminal) {
+  const std::string text = "\x1f \t\n~\x7f\x80\x9f\xa0\xff\x1b[2J";
+  streamDescriptor = -1;
+  EXPECT_EQ(deviceText(text), text) << "a file gets it as it is";
+  streamDescriptor = posix_openpt(O_RDWR | O_NOCTTY);
+  EXPECT_EQ(deviceText(text), "? \t\n~???\xa0\xff?[2J");
+  close(streamDescriptor);
+  streamDescriptor = STDOUT_FILENO;
+}
+
 TEST(Files, PathsLoseTheirQuotes) {
   const std::pair<const char *, const char *> rows[] = {{"\"a b\" c", "a b"}, {"\"a b", "a b"}, {"\"\"", ""}, {"plain", "plain"}};
   for (const auto &[text, path] : rows) EXPECT_EQ(pathArgument(text), path);
   EXPECT_EQ(pathArgument(std::string(2000, 'x').c_str()).size(), 1023u);
+  const auto open = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+  const auto before = open();
   CommandFile file;
   EXPECT_EQ(file.open_file("/", "r"), 1);
+  EXPECT_EQ(open(), before) << "what is not read is not kept either";
   EXPECT_EQ(file.open_file("'/etc/passwd'", "r"), 0);
   EXPECT_GT(file.get_file_length(), 0u);
 }

@@ -220,8 +220,8 @@ TEST(Log, RefusesWhatCannotBeRead) {
   };
   lengths.insert(lengths.begin(), 1);  // the state
   EXPECT_EQ(show({}).out, std::string(4080, 'b') + "d" + kSuccess);
-  lengths = {1, 4081}, next = 0;
-  EXPECT_EQ(show({}).out, "Error SPI data length: 4081\n");
+  lengths = {1, 4081}, next = 0, session.requests();
+  expectRow(session, {"log -a show", 1, "Error SPI data length: 4081\n", {"op=e2 cdw10=3ff cdw12=2fe len=4096", "op=e2 cdw10=3ff cdw12=fe len=4096"}});
   lengths = {1, 0x10000}, next = 0;
   EXPECT_EQ(show({}).out, empty);
   deviceSays = [](std::span<uint8_t> reply) { reply[8] = 1, reply[16] = '.'; };
