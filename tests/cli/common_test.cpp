@@ -91,7 +91,7 @@ TEST(Dispatch, FindsWordsAndAbbreviations) {
       {"mi_passthruw -h", 0, "Description:Write pass-through"}, {"--d", 0, "Set debug mode to enable\n"},
       {"--debug -a DISABLE", 0, "Set debug mode to disable\n"}, {"--debug -a x", 0, "Set debug mode to enable\n"},
       {"--debug -a disable -z", 0, "Set debug mode to disable\n"}, {"exit", -1, ""}, {"Quit", -1, ""}, {"exi", 1, "Invalid command 'exi'!\n"},
-      {"helpx", 1, "Invalid command 'helpx'!\n"}, {"help VD", 0, "No help available for 'VD'\n"}, {"help kxf", 0, "No help available for 'kxf'\n"},
+      {"helpZA", 1, "Invalid command 'helpza'!\n"}, {"help VD", 0, "No help available for 'VD'\n"}, {"help kxf", 0, "No help available for 'kxf'\n"},
       {"help version x", 0, "Description:Show API, CLI and support firmware version\nversion"},
       {"version", 0, "Support Firmware Version: 1.0.0.1029 above\nCLI Version: 1.0.0.1035\nAPI Version: 1.0.0.1035\n"},
       {"version -i 1", 0, "Description:Show API"}, {"version -z", 1, ""}, {"version --output x", 0, "Support"},
