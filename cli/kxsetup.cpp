@@ -101,8 +101,8 @@ int runDocument(const LineStart &start, Tokens words) {
   if (words.empty() && start.wrong.empty()) {
     if (start.adapter) chooseAdapter(start.adapter);
     {
-      const Listening silence(Hearing::Mute);
-      startUp();
+      const Listening listening(Hearing::Divert);
+      startUpAside();
     }
     return shutDown(static_cast<int>(runSession(start.options, writeDocument)));
   }

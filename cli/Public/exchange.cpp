@@ -18,6 +18,7 @@ namespace {
 Failure gLast;
 int gPlatformError = 0;  ///< of the request under way, as the library told it
 Failure gStart;
+Failure gLost;
 bool gInLibrary = false;  ///< nothing else is heard: devices could say the same words
 
 /// The number of the error that has these words.
@@ -167,14 +168,20 @@ bool hearLibrary(std::string_view text) {
 }
 
 bool noteStart() {
+  const bool nobody = TRX_Adapter_GetCount() == 0;
   note(gStart);
-  return static_cast<bool>(gStart);
+  if (nobody) note(gLost);
+  return gStart || (nobody && gLost);
 }
 
+const Failure &lostController() { return gLost; }
+
 void findControllers() {
+  gPlatformError = 0;
   gInLibrary = true;
   TRX_Init();
   gInLibrary = false;
+  gLost = failureOfPlatform(gPlatformError);
 }
 
 }  // namespace trx

@@ -16,7 +16,7 @@ namespace trx {
 namespace {
 
 void printTotal(const char *label, int labelWidth, TRX_U8 count) {
-  if (gathersFacts()) return data().put("total", int64_t{count});
+  if (gathersFacts()) return;  // told by the tally, also where there is none
   Listing total(labelWidth);
   total.text(label, int64_t{count});
   total.blankLine();
@@ -32,6 +32,7 @@ class Tally {
   ~Tally() {
     aside_.reset();
     noteListing(read_, worst_);
+    if (gathersFacts()) data().put("total", static_cast<int64_t>(read_));
   }
   Tally(const Tally &) = delete;
   Tally &operator=(const Tally &) = delete;
@@ -147,6 +148,7 @@ void getAdapterInfoSA(TRX_U8 id) {
   }
   if (count == 0) return;
   Tally tally("adapters");
+  tally.unread(lostController());
   for (TRX_U8 i = 0; i < count; ++i) {
     if (printAdapter(i)) {
       tally.read();

@@ -44,6 +44,12 @@ class Survey {
   explicit Survey(Namespaces namespaces) : namespaces_(namespaces) {}
 
   void askAdapter(TRX_U8 id);
+  /// One that is not among the adapters, and may have been.
+  void miss(const Failure &failure) {
+    if (!failure) return;
+    worst_ = failure;
+    facts_.unread.push_back({kLostAdapter, {Kind::Adapter, kLostAdapter}, "", failure});
+  }
   Facts end() {
     aside_.reset();
     noteListing(read_, worst_);
@@ -151,6 +157,7 @@ Facts readFacts(Namespaces namespaces) {
     return {};
   }
   Survey survey(namespaces);
+  if (!gSpecificAdapterFlag) survey.miss(lostController());
   for (TRX_U8 i = 0; i < gNumAdaptersFound; ++i) {
     if (!gSpecificAdapterFlag || i == gCurrentAdapter) survey.askAdapter(i);
   }
@@ -170,6 +177,8 @@ std::string subjectOf(TRX_U8 adapter, const Target &target) {
 }
 
 std::string describe(const Unread &unread) {
+  if (unread.adapter == kLostAdapter)
+    return std::string("An NVMe adapter of this host did not answer: ") + textOf(unread.failure);
   const std::string part = unread.part;
   return subjectOf(unread.adapter, unread.target) + (part.empty() ? "" : ": its " + part) +
          " could not be read: " + textOf(unread.failure);

@@ -42,6 +42,9 @@ struct AdapterFacts {
   size_t unread = 0;
 };
 
+/// In the place of one that did not even tell whether it is one of ours.
+inline constexpr TRX_U8 kLostAdapter = UINT8_MAX;
+
 /// What could not be asked.
 struct Unread {
   TRX_U8 adapter;

@@ -356,10 +356,11 @@ void putProblem(Object entry, const Problem &problem) {
   const int id = static_cast<int>(problem.target.id);
   putState(entry, problem.state);
   entry.put("text", problem.text);
-  entry.put("adapter", int64_t{userCounting(problem.adapter)});
-  entry.put("device", std::string(TRX_Adapter_GetDevicePath(problem.adapter)));
+  const bool lost = problem.adapter == kLostAdapter;
+  entry.put("adapter", int64_t{userCounting(problem.adapter)}, !lost);
+  entry.put("device", std::string(TRX_Adapter_GetDevicePath(problem.adapter)), !lost);
   entry.put("object", std::string(kObjects[static_cast<size_t>(problem.target.kind)]));
-  entry.put("id", int64_t{userCounting(id)});
+  entry.put("id", int64_t{userCounting(id)}, !lost);
   const auto *name = reinterpret_cast<const uint8_t *>(problem.name.data());
   entry.put("name", problem.name.empty() ? Value() : Value(DeviceField{{name, problem.name.size()}}));
   entry.put("error", problem.failure);
