@@ -151,6 +151,17 @@ TEST_F(Flash, EndsWhereItFails) {
   EXPECT_EQ(run("/nowhere", 2, 2, 0, 33), "0% 1 ") << "no such number";
 }
 
+TEST_F(Flash, StopsBeforeItsNextSegment) {
+  const TemporaryFile file("img", goodImage(12288));
+  platform.answer = [&](const Command &) {
+    TRX_Adapter_Flash_Stop(0);
+    return Reply{};
+  };
+  EXPECT_EQ(run(file.path, 1, 1, 1), "33% 1 11:0:3ff:0:0:0:0:0+4096 ");
+  platform.answer = success;
+  EXPECT_EQ(run(file.path).substr(0, 7), "100% 0 ") << "the next transfer is not stopped";
+}
+
 TEST_F(Flash, AsksForTheActiveSlotOnce) {
   TRXFlash *flash = CreateTRXFlashAdapterInstance(1, TRX_NVME_COMMIT_ACTIVATE_NOW, 0);
   flash->init(flash, nullptr, 0);

@@ -374,6 +374,14 @@ TRX_U32 TRX_Adapter_Flash(TRX_U8 adapter, char *file_name, TRX_U8 fs, TRX_U8 ca,
  */
 TRX_U32 TRX_Adapter_Flash_Result(TRX_U8 adapter, NVME_Flash_Result *result);
 
+/**
+ * Ask the transfer of an adapter to stop before its next segment. Returns at once: the transfer is over
+ * when `TRX_Adapter_Flash_Result` says so. Stopped, it has failed with 1, and nothing was activated or
+ * committed: the adapter keeps the firmware that it has. A transfer whose last segment has been sent is no
+ * longer stopped. No effect where none runs.
+ */
+void TRX_Adapter_Flash_Stop(TRX_U8 adapter);
+
 #ifdef __cplusplus
 }
 #endif

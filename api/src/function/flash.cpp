@@ -45,6 +45,13 @@ bool isGood(const TRXFileBuffer &image) {
   return false;
 }
 
+// A transfer that was asked to stop has failed, so that nothing of it is activated or committed.
+bool isStopped(TRXProgressBar *progress) {
+  if (!progress->m_stop) return false;
+  progress->setResult(progress, 1);
+  return true;
+}
+
 void showPercentage(TRXFlash *flash, TRX_U32 offset) {
   if (flash->m_total_size == 0) {
     add_log("firmware image file length error %ld .\n", 0L);
@@ -76,6 +83,7 @@ bool transfer(TRXFlash *flash, TRXProgressBar *progress) {
     return false;
   }
   flash->download(flash);
+  if (isStopped(progress)) return false;
   if (flash->m_type && progress->getResult(progress) == 0) flash->sp_active(flash);
   return progress->getResult(progress) == 0;
 }
@@ -140,6 +148,7 @@ void TRXFlash_Adapter_download(TRXFlash *flash) {
   if (!file || !flash->m_d || !progress) return;
   TRX_U32 status = 0;
   do {
+    if (isStopped(progress)) return;
     const TRX_U32 offset = file->get_offset(file);
     const TRX_U32 words[2] = {flash->m_segment_size / 4u - 1, offset / 4};
     status = sendSegment(flash, words, file->read(file));

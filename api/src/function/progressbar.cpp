@@ -54,6 +54,7 @@ void ProgressBar_startThread(TRXProgressBar *bar, void *(*function)(void *), voi
   ProgressBar_join(bar);
   bar->m_percentage = 0;
   bar->m_result = 0;
+  bar->m_stop = false;
   bar->m_status = 1;
   bar->m_function = function;
   bar->m_argument = argument;

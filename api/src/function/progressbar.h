@@ -15,6 +15,7 @@ struct TRXProgressBar {
   std::atomic<TRX_U8> m_percentage;  ///< 0 to 100
   std::atomic<TRX_U32> m_result;     ///< 0 success, else an NVMe status or 1
   std::atomic<TRX_U32> m_status;     ///< 1 the worker runs, 0 it has finished
+  std::atomic<bool> m_stop;          ///< the starter asks the worker to end early
   void *(*m_function)(void *);
   pthread_t m_thread_handle;
   void (*startThread)(TRXProgressBar *bar, void *(*function)(void *), void *argument, std::size_t size);

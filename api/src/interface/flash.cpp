@@ -21,6 +21,10 @@ TRX_U32 TRX_Adapter_Flash(TRX_U8 adapter, char *file_name, TRX_U8 fs, TRX_U8 ca,
   return 0;
 }
 
+void TRX_Adapter_Flash_Stop(TRX_U8 adapter) {
+  if (TRXProgressBar *progress = progressbar_management_get_instance(adapter)) progress->m_stop = true;
+}
+
 TRX_U32 TRX_Adapter_Flash_Result(TRX_U8 adapter, NVME_Flash_Result *result) {
   const TRXProgressBar *progress = progressbar_management_get_instance(adapter);
   if (!progress || !result) return 1;
