@@ -60,7 +60,7 @@ int runOnce(Tokens words) {
   const char *word = words[0];
   bool needsAdapter = std::strcmp(word, "help") != 0 && std::strcmp(word, "version") != 0;
   if (gNumAdaptersFound == 0 && needsAdapter) return 0;
-  return shutDown(cmdDispatcher(static_cast<int>(words.size()), words.data()));
+  return shutDown(runPlain(words));
 }
 
 int runInteractive(const LineOptions &options) {
@@ -107,9 +107,10 @@ int runDocument(const LineStart &start, Tokens words) {
     return shutDown(static_cast<int>(runSession(start.options, writeDocument)));
   }
   int32_t status = 0;
+  gGiveDocument = writeDocument;
   std::string document =
       documentOfCommand(start, words, status, startUp, noFile ? Outcome::Failed : Outcome::Ok);
-  if (!writeDocument(document)) status = static_cast<int>(Outcome::Failed);
+  if (!document.empty() && !writeDocument(document)) status = static_cast<int>(Outcome::Failed);
   return shutDown(status);
 }
 

@@ -100,6 +100,16 @@ int32_t dispatch(const LineStart &start, Tokens words, Prepare prepare) {
   return cmdDispatcher(static_cast<int>(words.size()), words.data());
 }
 
+/// As a shell tells of a program that a signal has ended.
+int32_t statusOfInterrupt() { return 128 + interruptedBy(); }
+
+void nameAdapter(LineHead &head) {
+  head.hasAdapter = gCurrentAdapter < gNumAdaptersFound;
+  if (!head.hasAdapter) return;
+  head.adapterId = userCounting(gCurrentAdapter);
+  head.device = TRX_Adapter_GetDevicePath(gCurrentAdapter);
+}
+
 /// The adapter that a line names is its own; one that its command chooses stays.
 class OwnAdapter {
  public:
@@ -174,6 +184,14 @@ bool isForMonitors(Tokens words) {
   return row && row == ownCommand("health");
 }
 
+int32_t runPlain(Tokens words) {
+  try {
+    return cmdDispatcher(static_cast<int>(words.size()), words.data());
+  } catch (const LineEnds &) {
+    return statusOfInterrupt();
+  }
+}
+
 int32_t runCommand(const LineStart &start, Tokens words, Prepare prepare) {
   beginReport(start.options);
   guardLine();
@@ -191,6 +209,7 @@ int32_t runCommand(const LineStart &start, Tokens words, Prepare prepare) {
   ended = finishGuard() || ended;
   if (!start.options.json && isForMonitors(words))
     return static_cast<int32_t>(ended ? State::Unknown : stateTold());
+  if (ended && !start.options.json && interruptedBy() != 0) return statusOfInterrupt();
   const bool byOutcome = start.options.json || start.options.strict || ended || !start.wrong.empty();
   return byOutcome || outcomeNow() == Outcome::Guarded ? static_cast<int32_t>(outcomeNow()) : status;
 }
@@ -200,6 +219,10 @@ std::string documentOfCommand(const LineStart &start, Tokens words, int32_t &sta
   const OwnAdapter adapter(start.adapter != nullptr && !prepare);
   LineHead head;
   head.command = commandWords(words);
+  const OneByOne documents([&head] {
+    nameAdapter(head);
+    return documentOf(head);
+  });
   {
     const Listening listening(Hearing::Gather);
     status = runCommand(start, words, prepare);
@@ -208,11 +231,8 @@ std::string documentOfCommand(const LineStart &start, Tokens words, int32_t &sta
     note(already);
     status = static_cast<int32_t>(outcomeNow());
   }
-  head.hasAdapter = gCurrentAdapter < gNumAdaptersFound;
-  if (head.hasAdapter) {
-    head.adapterId = userCounting(gCurrentAdapter);
-    head.device = TRX_Adapter_GetDevicePath(gCurrentAdapter);
-  }
+  if (toldOneByOne() && outcomeNow() == Outcome::Ok) return {};
+  nameAdapter(head);
   return documentOf(head);
 }
 

@@ -39,7 +39,11 @@ bool isForMonitors(Tokens words);
 using Prepare = std::optional<int> (*)();
 int32_t runCommand(const LineStart &start, Tokens words, Prepare prepare = nullptr);
 
-/// The same, told as a document of one line. @param[out] status of the line
+/// Run a line without options. @return its command's result, or that it was interrupted
+int32_t runPlain(Tokens words);
+
+/// The same as `runCommand`, told as a document of one line; empty when the command has told documents of its
+/// own and nothing is left to say. @param[out] status of the line
 /// @param already what went wrong before it
 std::string documentOfCommand(const LineStart &start, Tokens words, int32_t &status,
                               Prepare prepare = nullptr, Outcome already = Outcome::Ok);

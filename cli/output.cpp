@@ -88,7 +88,9 @@ bool redirectStream(const char *path) {
 
 bool useDocumentFile(const char *path) {
   gFile.descriptor = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-  return gFile.descriptor >= 0;
+  if (gFile.descriptor < 0) return false;
+  streamDescriptor = gFile.descriptor;
+  return true;
 }
 
 bool writeDocument(const std::string &document) {

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "Public/common.h"
+#include "Public/interrupt.h"
 #include "Public/listening.h"
 #include "completion.h"
 #include "line.h"
@@ -155,14 +156,23 @@ Line nextScriptLine() {
 
 Line nextLine() { return isatty(STDIN_FILENO) ? nextTypedLine() : nextScriptLine(); }
 
-/// Run a line that begins with options, or in a shell that has some.
+std::FILE *gShown = nullptr;  ///< where documents are
+
+/// Show a document at once, while everything else that is printed is gathered for the next.
+bool showDocument(const std::string &document) {
+  return std::fputs(document.c_str(), gShown) >= 0 && std::fflush(gShown) == 0;
+}
+
+/// Run a line that begins with options, or a command of our own, or a line in a shell that has options.
 /// @return whether the shell goes on
 bool runWithOptions(const LineStart &start, Tokens words) {
   if (start.options.json) {
     int32_t status = 0;
+    gShown = stream;
+    gGiveDocument = showDocument;
     const std::string document = documentOfCommand(start, words, status);
     if (status == -1) return false;
-    std::fputs(document.c_str(), stream);
+    showDocument(document);
     return true;
   }
   const Listening listening(Hearing::PassOn);
@@ -184,10 +194,23 @@ bool runLine(char *line, const LineOptions &options) {
     LineStart start = startOfLine(words, options);
     if (!start.any) start.adapter = nullptr;  // a number alone is a word like others
     if (start.any) return runWithOptions(start, words.subspan(start.count));
-    if (options.strict || options.dryRun || options.expect) return runWithOptions(start, words);
-    return cmdDispatcher(count, tokens.data()) != -1;
+    if (options.strict || options.dryRun || options.expect || isOwnCommand(words))
+      return runWithOptions(start, words);
+    return runPlain(words) != -1;
   }
   return true;
+}
+
+/// A line that heeds interrupts was ended by one. Who typed Ctrl-C has the prompt again; a script and
+/// whatever else wants the program to end is obeyed now.
+void obeyInterrupt() {
+  const int signal = interruptedBy();
+  if (signal == 0) return;
+  forgetInterrupt();
+  if (signal == SIGINT && isatty(STDIN_FILENO)) return;
+  std::fflush(nullptr);
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
 }
 
 }  // namespace
@@ -206,6 +229,7 @@ void runShell(const LineOptions &options) {
     std::strcpy(buffer.data(), line.get());
     line.reset();
     if (!runLine(buffer.data(), options)) return;
+    obeyInterrupt();
   }
 }
 

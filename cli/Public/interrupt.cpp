@@ -2,6 +2,7 @@
 #include "Public/interrupt.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <ctime>
 #include <iterator>
 
@@ -11,29 +12,56 @@ namespace trx {
 namespace {
 
 volatile std::sig_atomic_t gSignal = 0;
+volatile std::sig_atomic_t gWhen = 0;  ///< it came, in milliseconds
+const char *gWords = HeedInterrupts::kInterrupted;
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
+int millisecondsNow() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<int>(now.tv_sec % 1000000 * 1000 + now.tv_nsec / 1000000);
+}
+
+/// Somebody who interrupts twice will not wait for a request that hangs. What comes twice at once is meant
+/// once: it was sent to the process and to its group.
+void takeNote(int signal) {
+  constexpr int kAtOnceMs = 200;
+  const int now = millisecondsNow();
+  if (gSignal != 0 && std::abs(now - gWhen) > kAtOnceMs) {
+    std::signal(signal, SIG_DFL);
+    raise(signal);
+  }
+  gSignal = signal;
+  gWhen = now;
+}
+
 }  // namespace
 
-HeedInterrupts::HeedInterrupts() {
+HeedInterrupts::HeedInterrupts(const char *words) : wordsBefore_(gWords) {
   static_assert(std::size(kSignals) == std::extent_v<decltype(before_)>);
+  gWords = words;
   // Without SA_RESTART: a wait for input or for time ends, too.
   struct sigaction noting {};
-  noting.sa_handler = [](int signal) { gSignal = signal; };
-  for (size_t i = 0; i < std::size(kSignals); ++i) sigaction(kSignals[i], &noting, &before_[i]);
+  noting.sa_handler = takeNote;
+  for (size_t i = 0; i < std::size(kSignals); ++i) {
+    sigaction(kSignals[i], &noting, &before_[i]);
+    // Started by nohup, it is to outlive its terminal.
+    if (kSignals[i] == SIGHUP && before_[i].sa_handler == SIG_IGN) sigaction(SIGHUP, &before_[i], nullptr);
+  }
 }
 
 HeedInterrupts::~HeedInterrupts() {
   for (size_t i = 0; i < std::size(kSignals); ++i) sigaction(kSignals[i], &before_[i], nullptr);
+  gWords = wordsBefore_;
 }
 
 int interruptedBy() { return gSignal; }
 void forgetInterrupt() { gSignal = 0; }
 
 void endIfInterrupted() {
-  if (gSignal == 0) return;
-  tellWrong(Outcome::Failed, "interrupted\n");
+  if (gSignal == 0 || !gWords) return;
+  tellWrong(Outcome::Failed, "%s\n", gLine.json ? HeedInterrupts::kInterrupted : gWords);
   throw LineEnds{};
 }
 

@@ -7,16 +7,21 @@
 
 namespace trx {
 
-/// While one lives, SIGINT, SIGTERM and SIGHUP are taken note of instead of ending the program.
+/// While one lives, SIGINT, SIGTERM and SIGHUP are taken note of instead of ending the program; a second one
+/// ends it after all. The next request is not sent then: the line ends before it.
 class HeedInterrupts {
  public:
-  HeedInterrupts();
+  static constexpr char kInterrupted[] = "interrupted";
+  /// @param words what people are told of it; null where requests go out all the same, and the holder ends
+  ///        by himself
+  explicit HeedInterrupts(const char *words = kInterrupted);
   ~HeedInterrupts();
   HeedInterrupts(const HeedInterrupts &) = delete;
   HeedInterrupts &operator=(const HeedInterrupts &) = delete;
 
  private:
   struct sigaction before_[3];
+  const char *wordsBefore_;
 };
 
 /// The signal that came; 0 for none.
@@ -25,7 +30,7 @@ int interruptedBy();
 /// Forget it.
 void forgetInterrupt();
 
-/// End the line, when a signal came, with the message "interrupted": throws `LineEnds`.
+/// End the line, when a signal came, with a message: throws `LineEnds`.
 void endIfInterrupted();
 
 /// Sleep, and wake up early for a signal. @return whether one came

@@ -11,6 +11,7 @@
 namespace trx {
 
 LineOptions gLine;
+bool (*gGiveDocument)(const std::string &document) = nullptr;
 
 namespace {
 
@@ -26,11 +27,13 @@ struct Report {
   Outcome outcome = Outcome::Ok;
   State state = State::Unknown;
   bool wrongLine = false;
-  bool helped = false;  ///< the help was asked for
+  bool helped = false;    ///< the help was asked for
+  bool oneByOne = false;  ///< it has documents of its own
   Failure status;
 };
 
 Report gReport;
+std::function<std::string()> gDocumentNow;
 bool gTried = false;
 Document *gGathered = nullptr;  ///< of `Gather`
 int gAside = 0;
@@ -148,6 +151,21 @@ void noteMessage(Severity severity, const std::string &text) {
 }
 
 Severity severityNow() { return gSeverity; }
+
+OneByOne::OneByOne(std::function<std::string()> document) { gDocumentNow = std::move(document); }
+OneByOne::~OneByOne() { gDocumentNow = nullptr; }
+
+void tellOneByOne() { gReport.oneByOne = true; }
+bool toldOneByOne() { return gReport.oneByOne; }
+
+bool tellNow() {
+  // Every stream: what is listened to has the one behind it.
+  if (!gathersFacts()) return std::fflush(nullptr) == 0;
+  const std::string document = gDocumentNow ? gDocumentNow() : std::string();
+  gReport.data = {};
+  gReport.messages.clear();
+  return gGiveDocument && gGiveDocument(document);
+}
 
 std::string documentOf(const LineHead &head) {
   constexpr const char *kSeverities[] = {"info", "warning", "error"};

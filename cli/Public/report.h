@@ -5,6 +5,7 @@
 #define TRX_CLI_REPORT_H
 
 #include <cstdarg>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -138,6 +139,27 @@ void noteMessage(Severity severity, const std::string &text);
 
 /// The severity of text that is printed now.
 Severity severityNow();
+
+// ---- documents of a line that has several ----
+
+/// Gives a document away; @return whether it could. Null where a line has one document, or none.
+extern bool (*gGiveDocument)(const std::string &document);
+
+/// While it lives, a line can tell documents one by one. @param document of what it has told since the last
+class OneByOne {
+ public:
+  explicit OneByOne(std::function<std::string()> document);
+  ~OneByOne();
+  OneByOne(const OneByOne &) = delete;
+  OneByOne &operator=(const OneByOne &) = delete;
+};
+
+/// From here on the line tells documents one by one: only a failure has one at its end.
+void tellOneByOne();
+bool toldOneByOne();
+
+/// What was told since the last time goes out now: as a document, or as printed. @return whether it could
+bool tellNow();
 
 /// What a document begins with.
 struct LineHead {

@@ -20,6 +20,9 @@ inline bool activatesOnly(TRX_U8 commitAction) {
   return commitAction == TRX_NVME_COMMIT_ACTIVATE_AT_RESET || commitAction == TRX_NVME_COMMIT_ACTIVATE_NOW;
 }
 
+/// What a transfer tells that is interrupted. What it has sent lies in the controller, and is of no effect.
+inline constexpr char kNothingCommitted[] = "interrupted: nothing was committed, the firmware stays as it is";
+
 /// Open a firmware image. A file that cannot be opened, is empty, or is longer than the 32 bits that
 /// image lengths have is complained about on `stream`; standard error has the reason.
 /// @return its length in bytes, never 0

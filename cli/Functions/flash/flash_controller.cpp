@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <thread>
+#include <ctime>
 
 #include "Functions/changes/guard.h"
 #include "Functions/flash/flash.h"
 #include "Public/common.h"
 #include "Public/exchange.h"
+#include "Public/interrupt.h"
 #include "Public/listening.h"
 #include "Public/report.h"
 #include "trx/trx_api.h"
@@ -18,8 +18,18 @@ namespace {
 
 void waitSecond() {
   // What was printed is for someone who watches, also through a pipe.
-  std::fflush(stream);
-  std::this_thread::sleep_for(std::chrono::seconds(1));
+  std::fflush(nullptr);
+  sleepMilliseconds(1000);
+}
+
+/// Ends the line when somebody has interrupted it and the transfer could still be stopped.
+void endIfStopped(TRX_U8 index) {
+  if (interruptedBy() == 0) return;
+  TRX_Adapter_Flash_Stop(index);
+  NVME_Flash_Result end{};
+  constexpr timespec kMoment{0, 20000000};
+  while (TRX_Adapter_Flash_Result(index, &end) == 0 && end.status == 1) nanosleep(&kMoment, nullptr);
+  if (end.result != 0) endIfInterrupted();
 }
 
 /// What is to be transferred, and where to.
@@ -135,6 +145,7 @@ TRX_U32 followTransfer(Update &update) {
   const int32_t adapter = update.adapter;
   Progress shown;
   for (;;) {
+    endIfStopped(update.index);
     NVME_Flash_Result progress{};
     if (TRX_U32 failed = TRX_Adapter_Flash_Result(update.index, &progress); failed != 0) {
       tellFailed(
@@ -176,6 +187,7 @@ int32_t updateAdapterFlash(int32_t adapter, const std::string &path, TRX_U8 fs, 
   }
   std::string checked = quoted(update.image.path());
   const LibrarySends sending;
+  const HeedInterrupts interrupts(kNothingCommitted);
   if (TRX_Adapter_Flash(update.index, checked.data(), fs, ca, type) != 0) {
     // No return: the poll below tells how it ended.
     tellFailed(kInvalidImage, adapter);

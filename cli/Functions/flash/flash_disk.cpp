@@ -6,6 +6,7 @@
 #include "Functions/flash/flash.h"
 #include "Public/common.h"
 #include "Public/exchange.h"
+#include "Public/interrupt.h"
 #include "Public/listening.h"
 #include "Public/report.h"
 #include "Public/request.h"
@@ -80,6 +81,7 @@ Sent sendImage(TRX_U8 adapter, TRX_U32 disk, CommandFile &image, TRX_U32 length)
 }  // namespace
 
 int32_t updateHdFlash(TRX_U8 adapter, const std::string &path, TRX_U32 disk, TRX_U32 commit, TRX_U8 ca) {
+  const HeedInterrupts interrupts(kNothingCommitted);
   if (activatesOnly(ca)) return commitImage(adapter, disk, commit);
   CommandFile image;
   std::optional<TRX_U32> length = openImage(image, path);
