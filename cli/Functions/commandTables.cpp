@@ -109,6 +109,8 @@ namespace {
 constexpr Command_Info kOwn[] = {
     row("health",  doHealth,  health_help,  ":State of all NVMe Controllers, as monitors want it"),
     row("metrics", doMetrics, metrics_help, ":The same as metrics for a textfile collector"),
+    row("wait",    doWait,    wait_help,    ":Wait until background activities have ended."),
+    row("watch",   doWatch,   watch_help,   ":Follow the events of NVMe Controller."),
 };
 // clang-format on
 

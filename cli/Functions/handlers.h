@@ -46,11 +46,13 @@ int32_t doHotkey(int argc, char **argv, const Command_Info *row);
 int32_t doMIPassthruRead(int argc, char **argv, const Command_Info *row);
 int32_t doMIPassthruWrite(int argc, char **argv, const Command_Info *row);
 
-// What completion knows of the listed commands.
 // Our own commands.
 int32_t doHealth(int argc, char **argv, const Command_Info *row);
 int32_t doMetrics(int argc, char **argv, const Command_Info *row);
+int32_t doWait(int argc, char **argv, const Command_Info *row);
+int32_t doWatch(int argc, char **argv, const Command_Info *row);
 
+// What completion knows of the listed commands.
 extern const OptionList help_options;
 extern const OptionList adapter_options;
 extern const OptionList version_options;
@@ -76,6 +78,8 @@ extern const OptionList dumphba_options;
 extern const OptionList gpio_options;
 extern const OptionList ns_options;
 extern const OptionList vpdread_options;
+extern const OptionList wait_options;
+extern const OptionList watch_options;
 
 extern const char help_help[];
 extern const char adapter_help[];
@@ -114,6 +118,8 @@ extern const char mi_passthruread_help[];
 extern const char mi_passthruwrite_help[];
 extern const char health_help[];
 extern const char metrics_help[];
+extern const char wait_help[];
+extern const char watch_help[];
 
 }  // namespace trx
 

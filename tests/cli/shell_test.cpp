@@ -104,6 +104,20 @@ TEST(Shell, DropsALineAtCtrlCAndEndsACommand) {
   EXPECT_EQ(terminal.wait(), 128 + SIGINT);
 }
 
+TEST(Shell, GivesThePromptBackAfterALineThatHeedsCtrlC) {
+  SimHost host("clockwork");
+  host.cli({"set", "-o", "hba", "-i", "0", "-r", "low"});
+  Terminal terminal(host);
+  terminal.readUntil("> ");
+  EXPECT_THAT(terminal.type("wait\n", "0% ["), HasSubstr("VD 0: Initializing"));
+  EXPECT_THAT(terminal.type("\x03", "\n> "), HasSubstr("interrupted\n> "));
+  terminal.type("watch -s 0\n", "rate changed");
+  terminal.type("\x03", "> ");
+  EXPECT_EQ(terminal.type("version\n", "API Version: 1.0.0.1035\n> ").substr(0, 8), "version\n");
+  terminal.type("exit\n", "\x01");
+  EXPECT_EQ(terminal.wait(), 0);
+}
+
 TEST(Shell, CompletesAtATab) {
   SimHost host;
   std::string image = host.directory() / "two words.img";

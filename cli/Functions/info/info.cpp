@@ -158,24 +158,6 @@ const char *volumeStatusWord(TRX_U8 status) {
   }
 }
 
-const char *activityWord(TRX_U8 type) {
-  switch (type) {
-    case TRX_NVME_BGA_TYPE_VD_INIT_QUICK:
-    case TRX_NVME_BGA_TYPE_VD_INIT_BACKGROUND:
-      return "Initializing";
-    case TRX_NVME_BGA_TYPE_VD_REBUILD:
-      return "Rebuilding";
-    case TRX_NVME_BGA_TYPE_VD_SYNC:
-      return "Synchronizing";
-    case TRX_NVME_BGA_TYPE_VD_MIGRATE:
-      return "Migrating";
-    case TRX_NVME_BGA_TYPE_VD_MEDIAPATROL:
-      return "Media Patrol";
-    default:
-      return "unknown BGA action";
-  }
-}
-
 void printMembers(Listing &listing, const NVME_VD_Info &volume) {
   constexpr size_t kMembers = sizeof volume.PDIDs / sizeof volume.PDIDs[0];
   std::string text;
@@ -221,6 +203,24 @@ Enumerated diskStatus(TRX_U8 status) {
 }  // namespace
 
 void complainIdentify() { tellFailed("\nFailed to get primary controller.\n"); }
+
+const char *activityWord(TRX_U8 type) {
+  switch (type) {
+    case TRX_NVME_BGA_TYPE_VD_INIT_QUICK:
+    case TRX_NVME_BGA_TYPE_VD_INIT_BACKGROUND:
+      return "Initializing";
+    case TRX_NVME_BGA_TYPE_VD_REBUILD:
+      return "Rebuilding";
+    case TRX_NVME_BGA_TYPE_VD_SYNC:
+      return "Synchronizing";
+    case TRX_NVME_BGA_TYPE_VD_MIGRATE:
+      return "Migrating";
+    case TRX_NVME_BGA_TYPE_VD_MEDIAPATROL:
+      return "Media Patrol";
+    default:
+      return "unknown BGA action";
+  }
+}
 
 void Adapter_PrintInfo(TRX_U8 adapter, const NVME_Adapter_Info &info) {
   Listing listing(36, "adapters");

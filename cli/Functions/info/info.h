@@ -29,6 +29,9 @@ inline constexpr char kVolumes[] = "virtual_disks";
 /// The virtual disk block, without its activity.
 void LD_PrintInfo(Listing &listing, const NVME_VD_Info &volume);
 
+/// The word of a volume's activity (TRX_BGA_TYPE).
+const char *activityWord(TRX_U8 type);
+
 /// One line on the running or paused activity of a virtual disk; nothing when there is none.
 void VD_PrintBGAStatus(Listing &listing, const NVME_BGA_Status &activity);
 
