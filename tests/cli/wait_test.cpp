@@ -96,7 +96,7 @@ TEST(Wait, LooksOnce) {
 TEST(Wait, TellsHowItEnded) {
   const struct { const char *what, *result; int status; } rows[] = {
       {"!advance 300", "completed", 0}, {"init -a stop -i 0", "aborted", 1}, {"vd -a delete -i 0", "vanished", 3},
-      {"!pull 0", "worse", 1}, {"!fault add count=999 platform=5", "running", 5}};
+      {"!pull 0", "aborted", 1}, {"!fault add count=999 platform=5", "running", 5}};
   std::vector<std::unique_ptr<SimHost>> hosts;
   std::vector<std::unique_ptr<Running>> waiting;
   for (size_t i = 0; i < std::size(rows); ++i) {
