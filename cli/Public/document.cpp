@@ -15,6 +15,8 @@ constexpr uint64_t kLargestExact = (uint64_t{1} << 53) - 1;
 bool isPrintable(uint8_t byte) { return byte >= 0x20 && byte < 0x7F; }
 
 std::string printable(std::string_view text) {
+  if (std::ranges::all_of(text, [](char c) { return isPrintable(static_cast<uint8_t>(c)); }))
+    return std::string(text);
   std::string shown;
   for (char c : text) {
     if (isPrintable(static_cast<uint8_t>(c))) {
@@ -151,6 +153,14 @@ class Writer {
   bool known_;
 };
 
+/// With room for its keys: growing copies them and, as they are constant, all that stands under them.
+Json emptyObject() {
+  constexpr size_t kUsual = 24;
+  Json object = Json::object();
+  object.get_ref<Json::object_t &>().reserve(kUsual);
+  return object;
+}
+
 std::string bytesOfHex(std::string_view digits) {
   std::string bytes;
   for (size_t i = 0; i + 1 < digits.size(); i += 2)
@@ -207,7 +217,7 @@ void Object::array(const std::string &key) {
 
 Object Object::append(const std::string &key) {
   array(key);
-  return Object((*node_)[key].emplace_back(Json::object()));
+  return Object((*node_)[key].emplace_back(emptyObject()));
 }
 
 void Object::appendText(const std::string &key, const std::string &text) {
@@ -237,7 +247,7 @@ Counter counterOf(uint64_t number) {
   return counter;
 }
 
-Document::Document() : json_(new Json(Json::object())) {}
+Document::Document() : json_(new Json(emptyObject())) {}
 void Document::Delete::operator()(Json *json) const { delete json; }
 void Document::adopt(const std::string &key, Document &&part) { (*json_)[key] = std::move(*part.json_); }
 void Document::takeFirst(Document &other, const std::string &array) {

@@ -58,8 +58,8 @@ void noteReply(const Failure &failure);
 /// TRX_Init.
 void findControllers();
 
-/// That an NVMe adapter of the platform could not be asked whether it is one of ours. It may have been: whoever
-/// speaks of all controllers says so.
+/// That an NVMe adapter of the platform could not be asked whether it is one of ours. It may have been:
+/// whoever speaks of all controllers says so.
 const Failure &lostController();
 
 /// The library has said something. From its words it is known that a platform call has failed (the statuses

@@ -57,7 +57,8 @@ void expectFacts(const std::vector<Fact> &rows) {
     EXPECT_TRUE(holds(document["data"], json::parse(row.data))) << row.line << document["data"];
     std::string severities;
     for (const json &message : document["messages"]) severities += message["severity"].get<std::string>()[0];
-    EXPECT_THAT(severities, AnyOf(row.severities, Truly([&](auto) { return row.severities == "-"; }))) << row.line << document["messages"];
+    EXPECT_THAT(severities, AnyOf(row.severities, Truly([&](auto) { return row.severities == "-"; })))
+        << row.line << document["messages"];
   }
   EXPECT_EQ(session.host().violations(), "");
 }

@@ -57,22 +57,34 @@ class Tally {
   Failure worst_;
 };
 
-/// The volumes of which machines are told that a disk is a member. Read for them alone: what goes wrong is a
-/// warning.
-std::vector<NVME_VD_Info> volumesForMachines() {
-  std::vector<NVME_VD_Info> volumes;
-  if (!gathersFacts() || !isRaidMode(summaryOf(gCurrentAdapter))) return volumes;
-  const Aside aside;
-  for (TRX_U16 i = 0; i < summaryOf(gCurrentAdapter).MaxVD; ++i) {
-    NVME_VD_Info volume;
-    if (readVolume(gCurrentAdapter, i, volume) == 0) {
-      volumes.push_back(volume);
-    } else if (lastFailure().outcome != Outcome::NotFound) {
-      tellWarning("Virtual disk %d would not be read: %s.\n", userCounting(i), textOf(lastFailure()));
-    }
+/// The volumes of which machines are told that a disk is a member. Read for them alone, with the first disk
+/// that is one: what goes wrong is a warning.
+class VolumesForMachines {
+ public:
+  const std::vector<NVME_VD_Info> &of(const NVME_PD_Info &disk) {
+    const bool wanted = gathersFacts() && !read_ && (disk.Status & TRX_PD_STATUS_ASSIGNED) != 0;
+    if (wanted && isRaidMode(summaryOf(gCurrentAdapter))) readAll();
+    return volumes_;
   }
-  return volumes;
-}
+
+ private:
+  void readAll() {
+    const Aside aside;
+    read_ = true;
+    for (TRX_U16 i = 0; i < summaryOf(gCurrentAdapter).MaxVD; ++i) {
+      NVME_VD_Info volume;
+      if (readVolume(gCurrentAdapter, i, volume) == 0) {
+        volumes_.push_back(volume);
+      } else if (lastFailure().outcome != Outcome::NotFound) {
+        tellWarning("Virtual disk %d would not be read: %s.\n", userCounting(i), textOf(lastFailure()));
+      }
+    }
+    forgetExchange();  // the disk was read
+  }
+
+  std::vector<NVME_VD_Info> volumes_;
+  bool read_ = false;
+};
 
 bool printAdapter(TRX_U8 adapter) {
   NVME_Adapter_Info info;
@@ -81,10 +93,10 @@ bool printAdapter(TRX_U8 adapter) {
   return true;
 }
 
-bool printDisk(TRX_U16 id, const std::vector<NVME_VD_Info> &volumes) {
+bool printDisk(TRX_U16 id, VolumesForMachines &volumes) {
   NVME_PD_Info disk;
   if (readDisk(gCurrentAdapter, id, disk) != 0) return false;
-  HD_PrintInfo(disk, isRaidMode(summaryOf(gCurrentAdapter)), volumes);
+  HD_PrintInfo(disk, isRaidMode(summaryOf(gCurrentAdapter)), volumes.of(disk));
   return true;
 }
 
@@ -164,8 +176,9 @@ void getAdapterInfoSA(TRX_U8 id) {
 }
 
 void getHDInfoSA(TRX_U16 id) {
+  VolumesForMachines volumes;
   if (id != kAllIds) {
-    if (!printDisk(id, volumesForMachines())) tellFailed("\nUnable to get info of PD\n");
+    if (!printDisk(id, volumes)) tellFailed("\nUnable to get info of PD\n");
     return;
   }
   const NVME_Adapter_Info &summary = summaryOf(gCurrentAdapter);
@@ -174,7 +187,6 @@ void getHDInfoSA(TRX_U16 id) {
   TRX_U8 next = 0;
   TRX_U8 printed = 0;
   heading("\n");
-  const std::vector<NVME_VD_Info> volumes = volumesForMachines();
   Tally tally("physical_disks");
   for (int i = 0; i < tries; ++i) {
     const TRX_U8 disk = next++;
