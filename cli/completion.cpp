@@ -4,6 +4,7 @@
 #include <strings.h>
 
 #include <array>
+#include <iterator>
 #include <optional>
 
 #include "Functions/commandTables.h"
@@ -118,13 +119,43 @@ Completion optionOrArgument(const OptionList &options, const Tokens &words) {
   return option ? argumentOf(*option, typed.substr(equals + 1)) : Completion{};
 }
 
+const char *lineOption(size_t index) {
+  constexpr const char *kOptions[] = {"--json", "--strict", "--dry-run", "--expect"};
+  return index < std::size(kOptions) ? kOptions[index] : nullptr;
+}
+
+/// What may stand before the command word, and what is completed by itself, is no part of the command.
+void dropLineOptions(Tokens &words) {
+  while (words.size() > 1) {
+    size_t option = 0;
+    while (lineOption(option) && words[0] != lineOption(option)) ++option;
+    if (!lineOption(option)) return;
+    words.erase(words.begin());
+    if (std::string_view(lineOption(option)) == "--expect") words.erase(words.begin());
+  }
+}
+
+Completion commandsAndLineOptions(const std::string &typed) {
+  Completion found = wordsOf(generalCommandWord, typed);
+  for (WordAt more : {ownCommandWord, lineOption}) {
+    const bool asked = more != lineOption || typed.starts_with('-');
+    for (std::string &word : wordsOf(asked ? more : nullptr, typed).words)
+      found.words.push_back(std::move(word));
+  }
+  return found;
+}
+
 }  // namespace
 
 Completion complete(const std::string &line) {
   Tokens words = split(line);
   if (words.empty()) return {};
-  if (words.size() == 1) return wordsOf(generalCommandWord, words[0]);
-  const OptionList *options = optionsOf(findCommand(strlwr(words[0].data())).row);
+  dropLineOptions(words);
+  if (words.empty()) return {};  // the value of --expect
+  if (words.size() == 1) return commandsAndLineOptions(words[0]);
+  const char *word = strlwr(words[0].data());
+  const Command_Info *row = findCommand(word).row;
+  const OptionList *options = optionsOf(row ? row : ownCommand(word));
   return options ? optionOrArgument(*options, words) : Completion{};
 }
 

@@ -114,6 +114,10 @@ constexpr Command_Info kOwn[] = {
 };
 // clang-format on
 
+constexpr const OptionList *kOwnOptions[] = {&health_options, &metrics_options, &wait_options,
+                                             &watch_options};
+static_assert(std::size(kOwnOptions) == std::size(kOwn));
+
 }  // namespace
 
 uint16_t generalCmdTableV1Size() { return kGeneral.size(); }
@@ -132,9 +136,14 @@ const char *generalCommandWord(size_t index) {
   return index < kGeneral.size() ? kGeneral[index].cmd : nullptr;
 }
 
+const char *ownCommandWord(size_t index) { return index < std::size(kOwn) ? kOwn[index].cmd : nullptr; }
+
 const OptionList *optionsOf(const Command_Info *row) {
   for (size_t i = 0; i < kGeneral.size(); ++i) {
     if (row == &kGeneral[i]) return kGeneralOptions[i];
+  }
+  for (size_t i = 0; i < std::size(kOwn); ++i) {
+    if (row == &kOwn[i]) return kOwnOptions[i];
   }
   return nullptr;
 }

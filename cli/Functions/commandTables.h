@@ -17,7 +17,9 @@ void useCommandTables();
 
 /// The word of a row of the general table; null past the last.
 const char *generalCommandWord(size_t index);
-/// The options of a row of the general table; null for any other row.
+/// The word of one of our own commands; null past the last.
+const char *ownCommandWord(size_t index);
+/// The options of a row of the general table or of our own; null for any other row.
 const OptionList *optionsOf(const Command_Info *row);
 
 }  // namespace trx

@@ -78,6 +78,8 @@ extern const OptionList dumphba_options;
 extern const OptionList gpio_options;
 extern const OptionList ns_options;
 extern const OptionList vpdread_options;
+extern const OptionList health_options;
+extern const OptionList metrics_options;
 extern const OptionList wait_options;
 extern const OptionList watch_options;
 

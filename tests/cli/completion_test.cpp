@@ -24,7 +24,8 @@ TEST(Completion, OffersWhatMayStandThere) {
   // clang-format off
   const struct { const char *line, *words; } rows[] = {
       // commands: the listed ones, in any case
-      {"inf", "info"}, {"IN", "info init"}, {"v", "version vd vpd vpdread"}, {"mi_", ""}, {"--d", ""}, {" inf", ""},  // a leading blank makes an empty command word
+      {"inf", "info"}, {"IN", "info init"}, {"v", "version vd vpd vpdread"}, {"mi_", ""}, {"--d", "--dry-run"}, {"w", "wait watch"}, {"--json --s", "--strict"}, {"--expect a=b --json hea", "health"}, {"--json info -o v", "vd"}, {"--expect x", ""},
+      {"wait -o ", "vd pd"}, {"health --", "--warning --critical --help"}, {"metrics -", "--help"}, {" inf", ""},  // a leading blank makes an empty command word
       // options of the command, also of an abbreviated one
       {"info -", "--object --id --type --vdid --help"}, {"inf --O", "--object"}, {"led ", "--object --id --action --help"},
       {"rebuild --", "--action --vd_id --pd_id --help"}, {"mp --p", ""}, {"ns --e", "--EUI64"}, {"passthru --cdw1", "--cdw10 --cdw11 --cdw12 --cdw13"},  // -t has no long name
@@ -48,7 +49,7 @@ TEST(Completion, OffersWhatMayStandThere) {
   CliSession session;
   for (const auto &row : rows) EXPECT_EQ(offered(row.line), row.words) << row.line;
 
-  EXPECT_EQ(complete("").words.size(), generalCmdTableV1Size());
+  EXPECT_EQ(complete("").words.size(), generalCmdTableV1Size() + 4u);
   std::string many;
   for (int i = 0; i < 63; ++i) many += "help ";
   EXPECT_EQ(offered(many + "inf"), "info");

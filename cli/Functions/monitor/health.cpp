@@ -411,6 +411,8 @@ State answerHealth(int argc, char **argv, const Command_Info *row) {
 
 }  // namespace
 
+constexpr OptionList health_options = optionList<kOptions>();
+
 int32_t doHealth(int argc, char **argv, const Command_Info *row) {
   const State state = answerHealth(argc, argv, row);
   tellState(state);

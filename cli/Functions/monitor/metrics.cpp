@@ -306,6 +306,8 @@ void show(const Facts &facts, const Family<Object> (&families)[N]) {
 
 }  // namespace
 
+constexpr OptionList metrics_options = {0, nullptr};
+
 int32_t doMetrics(int argc, char **argv, const Command_Info *row) {
   const Parsed end = parseNoOptions(argc, argv, row, HelpOption::Declared);
   if (end == Parsed::Help) return 0;
