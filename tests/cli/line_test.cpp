@@ -83,7 +83,7 @@ TEST(Line, EndsAsItsOutcome) {
   SimHost host, none("empty");
   const std::vector<std::pair<Words, int>> rows = {
     {{"--strict", "vd", "-a"}, 2}, {{"--strict", "info", "-o", "vd", "-i", "60"}, 3}, {{"info", "-o", "vd", "-i", "60"}, 0}, {{"--strict", "spi", "-t", "write"}, 1},
-    {{"--dry-run", "vd", "-a", "delete", "-i", "1"}, 0}, {{"--dry-run", "vd", "-a", "x"}, 0}, {{"--strict", "--dry-run", "vd", "-a", "x"}, 2}, {{"--expect", "name=x", "vd", "-a", "delete", "-i", "1"}, 6},
+    {{"--dry-run", "vd", "-a", "delete", "-i", "1"}, 0}, {{"--dry-run", "vd", "-a", "delete", "-i", "9"}, 3}, {{"--dry-run", "ns", "-a", "detach", "-i", "9", "-d", "0"}, 3}, {{"--dry-run", "vd", "-a", "x"}, 0}, {{"--strict", "--dry-run", "vd", "-a", "x"}, 2}, {{"--expect", "name=x", "vd", "-a", "delete", "-i", "1"}, 6},
     {{"--expect", "x=1", "version"}, 2}, {{"--expect"}, 2}, {{"--json=x"}, 1}, {{"--d"}, 0}, {{"--strict", "9", "version"}, 3},
   };
   for (const auto &[words, status] : rows) EXPECT_EQ(host.cli(words).status, status) << PrintToString(words);

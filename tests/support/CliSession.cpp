@@ -13,6 +13,7 @@
 #include "Functions/commandTables.h"
 #include "Functions/simple/simple_info.h"
 #include "Public/common.h"
+#include "Public/report.h"
 #include "trx/trx_api.h"
 
 // The linker puts these in the place of the library's two ways to send an admin command.
@@ -77,6 +78,7 @@ CliSession::~CliSession() {
   g_oneBaseMode = 0;
   dbg_enable = false;
   deviceSays = nullptr;
+  beginReport({});
   stream = stdout;
 }
 

@@ -94,6 +94,18 @@ void showData(const Wire &wire) {
   heading(wire.data.size() > kShown ? " ...\n" : "\n");
 }
 
+/// What is not there would be refused: a dry run says so.
+void lookFor(const std::vector<Target> &targets) {
+  const Looking looking;
+  for (const Target &target : targets) {
+    Document facts;
+    const Aside aside;
+    if (target.kind == Kind::Adapter || gatherObject(target, facts).outcome != Outcome::NotFound) continue;
+    tellWrong(Outcome::NotFound, "%s is not there.\n", nameOf(target).c_str());
+    endLine();
+  }
+}
+
 void show(const Wire &wire) {
   const RequestRow *row = rowOf(wire);
   const char *name = row ? row->name : "Unknown request";
@@ -165,6 +177,9 @@ bool finishGuard() {
 void beforeChanges(const std::vector<Wire> &wires) {
   checkGuard(wires);
   if (!gLine.dryRun) return;
+  for (const Wire &wire : wires) {
+    if (const RequestRow *row = rowOf(wire)) lookFor(row->targets(wire));
+  }
   for (const Wire &wire : wires) show(wire);
   tell("Dry run: nothing was sent.\n");
   endLine();
