@@ -76,7 +76,8 @@ void VolumesBefore::tellNew(TRX_U32 members) const {
   const Forgiving forgiving;
   data().put("virtual_disk", Nothing{});
   data().put("namespaces", Nothing{});
-  for (TRX_U16 id = 0; id < taken_.size(); ++id) {
+  const auto count = static_cast<TRX_U16>(taken_.size());
+  for (TRX_U16 id = 0; id < count; ++id) {
     NVME_VD_Info volume;
     if (taken_[id]) continue;
     if (readVolume(gCurrentAdapter, id, volume) != 0) {

@@ -95,6 +95,7 @@ std::vector<Subject> candidates(Subject::Kind kind) {
   int count = raid ? summary.MaxVD : 0;
   if (kind == Subject::Kind::Disk) count = summary.PortCount * (raid ? summary.MaxPD : summary.MaxNSPerVD);
   std::vector<Subject> all;
+  all.reserve(kIds);
   for (int id = 0; id < std::min(count, kIds); ++id) all.push_back({kind, static_cast<TRX_U16>(id)});
   return all;
 }
