@@ -16,6 +16,7 @@ void (*gBeforeSend)(const Wire &wire) = nullptr;
 namespace {
 
 Failure gLast;
+unsigned gFailuresHeard = 0;
 int gPlatformError = 0;  ///< of the request under way, as the library told it
 Failure gStart;
 Failure gLost;
@@ -124,6 +125,7 @@ LibrarySends::LibrarySends() {
   beforeExchange();
   noteStart();
   gPlatformError = 0;
+  gFailuresHeard = 0;
   gInLibrary = true;
 }
 
@@ -131,7 +133,9 @@ LibrarySends::~LibrarySends() { gInLibrary = false; }
 
 Failure LibrarySends::failure(const Wire &last, TRX_U32 status) {
   const Failure platform = failureOfPlatform(gPlatformError);
-  return status == 0 || platform.outcome == Outcome::Denied ? platform : failureOf(last, status);
+  // The request that it ended with is told, too. What was told before that, it went on after.
+  const bool earlier = gFailuresHeard > 1;
+  return status == 0 || earlier || platform.outcome == Outcome::Denied ? platform : failureOf(last, status);
 }
 
 const Failure &lastFailure() { return gLast; }
@@ -147,6 +151,7 @@ void noteReply(const Failure &failure) {
 bool hearLibrary(std::string_view text) {
   if (!gInLibrary) return false;
   if (auto words = between(text, "NVMEDevice_sendCommand Failed, ", "."); !words.empty()) {
+    ++gFailuresHeard;
     // Of several, as a worker has them, the one that shuts the user out counts.
     if (failureOfPlatform(gPlatformError).outcome != Outcome::Denied) gPlatformError = errorNamed(words);
   } else if (words = between(text, "no semaphore ", ")."); !words.empty()) {
