@@ -282,7 +282,7 @@ void HD_PrintInfo(const NVME_PD_Info &disk, bool raidMode, const std::vector<NVM
   listing.row("Serial:", "serial", DeviceField{disk.SerialNo, kAllBlanks});
   // A disk has no stripe; the line is fed from its sector size, which scripts know.
   printStripe(listing, disk.SectorSize);
-  listing.row("LBA:", "lba_count", disk.LBA.value);
+  listing.row("LBA:", "lba_count", uint64_t{disk.LBA.value});
   listing.row("Size:", "size_bytes", Capacity{disk.LBA.value, disk.SectorSize});
   listing.fact("sector_size_bytes", int64_t{disk.SectorSize});
   listing.row("SSD NVMe Adapter ID:", "ssd_adapter_id", int64_t{userCounting(disk.SSDAdapterID)});

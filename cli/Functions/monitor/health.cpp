@@ -246,8 +246,8 @@ bool canReplace(const AdapterFacts &adapter, const VolumeFacts &volume, const Di
   if (!spare.smart || spare.smart->criticalWarning != 0) return false;
   uint64_t smallest = UINT64_MAX;
   for (const DiskFacts &disk : adapter.disks) {
-    if (std::ranges::count(volume.members(), disk.id) != 0)
-      smallest = std::min<uint64_t>(smallest, disk.info.LBA.value);
+    const uint64_t sectors = disk.info.LBA.value;  // a copy: the record is packed
+    if (std::ranges::count(volume.members(), disk.id) != 0) smallest = std::min(smallest, sectors);
   }
   return spare.info.SectorSize == volume.info.SectorSize && spare.info.LBA.value >= smallest;
 }
