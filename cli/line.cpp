@@ -175,6 +175,10 @@ LineStart startOfLine(Tokens words, const LineOptions &inherited) {
 }
 
 bool isOwnCommand(Tokens words) {
+  if (words.empty()) return false;
+  // Nearly no line begins with such a word: the other tables need not be searched for that.
+  std::string word = words[0];
+  if (!ownCommand(strlwr(word.data()))) return false;
   const Command_Info *row = rowOf(words);
   return row && row == ownCommand(row->cmd);
 }
