@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "Functions/simple/journal_page.h"
 #include "Public/common.h"
 #include "Public/exchange.h"
 #include "Public/interrupt.h"
@@ -10,16 +11,6 @@
 
 namespace trx {
 namespace {
-
-constexpr TRX_U32 kPages = 16;
-constexpr size_t kTextOffset = 40;
-
-ControllerRequest journalPage(TRX_U32 page) {
-  return ControllerRequest::function(0xFE, 4)
-      .set(10, TRX_PAGE_SIZE / 4 - 1)
-      .set(13, page * TRX_PAGE_SIZE)
-      .set(14, TRX_PAGE_SIZE);
-}
 
 TRX_U32 oldestOf(const Events &events) {
   TRX_U32 oldest = events.front().ordinal;
@@ -34,11 +25,11 @@ TRX_U32 oldestOf(const Events &events) {
 std::optional<Events> readRing() {
   Events events;
   ControllerReply reply;
-  for (TRX_U32 page = 0; page < kPages; ++page) {
+  for (TRX_U32 page = 0; page < kJournalPages; ++page) {
     if (interruptedBy() != 0) return std::nullopt;
     journalPage(page).trace().fetch(gCurrentAdapter, reply);
     if (lastFailure()) return std::nullopt;
-    readJournal(std::span(reply.page().bytes).subspan(kTextOffset), events);
+    readJournal(std::span(reply.page().bytes).subspan(kJournalTextOffset), events);
   }
   return events;
 }

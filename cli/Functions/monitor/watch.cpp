@@ -10,6 +10,7 @@
 #include "Functions/monitor/own.h"
 #include "Functions/monitor/patience.h"
 #include "Functions/monitor/ring.h"
+#include "Functions/simple/journal_page.h"
 #include "Public/listing.h"
 #include "Public/numbers.h"
 #include "Public/options.h"
@@ -82,11 +83,7 @@ bool showLoss(TRX_U32 lost) {
 
 bool showEvent(const NVME_SA_Evt_Item &event) {
   if (gathersFacts()) {
-    Object entry = data().append("events");
-    entry.put("sequence", int64_t{event.ordinal});
-    entry.put("time_seconds", int64_t{event.time});
-    entry.put("time", _showTime(event.time));
-    entry.put("message", DeviceField{event.msg});
+    tellEvent(event);
   } else {
     tell("%u  %s  %s\n", event.ordinal, _showTime(event.time).c_str(), deviceText(event.msg).c_str());
   }

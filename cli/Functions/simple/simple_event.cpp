@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Show the controller's event journal, newest first.
 #include "Functions/handlers.h"
-#include "Functions/simple/journal.h"
+#include "Functions/simple/journal_page.h"
 #include "Public/exchange.h"
 #include "Public/listing.h"
 #include "Public/numbers.h"
@@ -46,18 +46,6 @@ constexpr OptionRow<Options> kOptions[] = {
      }},
 };
 
-ControllerRequest journalPage(TRX_U32 offset) {
-  return ControllerRequest::function(0xFE, 4).set(10, 0x3FF).set(13, offset).set(14, TRX_PAGE_SIZE);
-}
-
-void tellEvent(const NVME_SA_Evt_Item &event) {
-  Object entry = data().append("events");
-  entry.put("sequence", int64_t{event.ordinal});
-  entry.put("time_seconds", int64_t{event.time});
-  entry.put("time", _showTime(event.time));
-  entry.put("message", DeviceField{event.msg});
-}
-
 void _showEvt(const NVME_SA_Evt_Item &event) {
   if (gathersFacts()) return tellEvent(event);
   std::fprintf(stream, "Seq:%s\n", deviceText(event.seq).c_str());
@@ -67,20 +55,18 @@ void _showEvt(const NVME_SA_Evt_Item &event) {
 
 /// Read all pages; one that fails does not stop it. @return the library's status for the last page
 TRX_U32 readEvents(std::vector<NVME_SA_Evt_Item> &events) {
-  constexpr TRX_U32 kJournalBytes = 16 * TRX_PAGE_SIZE;
-  constexpr size_t kTextOffset = 40;
   Failure worst;
   ControllerReply reply;
   TRX_U32 status = 0;
-  for (TRX_U32 offset = 0; offset < kJournalBytes; offset += TRX_PAGE_SIZE) {
+  for (TRX_U32 page = 0; page < kJournalPages; ++page) {
     const Aside aside;
-    status = journalPage(offset).trace().fetch(gCurrentAdapter, reply);
+    status = journalPage(page).trace().fetch(gCurrentAdapter, reply);
     worst = worseOf(worst, lastFailure());
     if (status != 0) {
       tellFailed("\n event request fail\n");
       continue;
     }
-    readJournal(std::span(reply.page().bytes).subspan(kTextOffset), events);
+    readJournal(std::span(reply.page().bytes).subspan(kJournalTextOffset), events);
   }
   noteListing(events.size(), worst);
   return status;
