@@ -110,24 +110,6 @@ void nameAdapter(LineHead &head) {
   head.device = TRX_Adapter_GetDevicePath(gCurrentAdapter);
 }
 
-/// The adapter that a line names is its own; one that its command chooses stays.
-class OwnAdapter {
- public:
-  explicit OwnAdapter(bool named)
-      : named_(named), current_(gCurrentAdapter), specific_(gSpecificAdapterFlag) {}
-  ~OwnAdapter() {
-    if (!named_) return;
-    gCurrentAdapter = current_;
-    gSpecificAdapterFlag = specific_;
-  }
-  OwnAdapter(const OwnAdapter &) = delete;
-  OwnAdapter &operator=(const OwnAdapter &) = delete;
-
- private:
-  bool named_;
-  uint8_t current_, specific_;
-};
-
 }  // namespace
 
 bool answeredAtOnce(Tokens words) {
@@ -220,6 +202,7 @@ int32_t runCommand(const LineStart &start, Tokens words, Prepare prepare) {
 
 std::string documentOfCommand(const LineStart &start, Tokens words, int32_t &status, Prepare prepare,
                               Outcome already) {
+  // One that the command itself chooses stays.
   const OwnAdapter adapter(start.adapter != nullptr && !prepare);
   LineHead head;
   head.command = commandWords(words);

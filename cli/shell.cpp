@@ -19,6 +19,7 @@
 #include "Public/listening.h"
 #include "completion.h"
 #include "line.h"
+#include "startup.h"
 
 namespace trx {
 namespace {
@@ -175,6 +176,7 @@ bool runWithOptions(const LineStart &start, Tokens words) {
     showDocument(document);
     return true;
   }
+  const OwnAdapter adapter(start.adapter != nullptr);
   const Listening listening(Hearing::PassOn);
   return runCommand(start, words) != -1;
 }
@@ -196,6 +198,7 @@ bool runLine(char *line, const LineOptions &options) {
     if (start.any) return runWithOptions(start, words.subspan(start.count));
     if (options.strict || options.dryRun || options.expect || isOwnCommand(words))
       return runWithOptions(start, words);
+    beginReport({});  // the options of the line before held for it alone
     return runPlain(words) != -1;
   }
   return true;

@@ -6,11 +6,32 @@
 #include <optional>
 #include <string>
 
+#include "Public/common.h"
+
 namespace trx {
 
 /// Take a typed adapter ID for `gCurrentAdapter`: zero-based, cut to 8 bits as adapter indexes are.
 /// @return whether it can be one; says on standard output when it cannot
 bool chooseAdapter(const char *typed);
+
+/// The adapter that is chosen while it lives is chosen for that time only.
+class OwnAdapter {
+ public:
+  /// @param named whether one is; else what is chosen stays
+  explicit OwnAdapter(bool named)
+      : named_(named), current_(gCurrentAdapter), specific_(gSpecificAdapterFlag) {}
+  ~OwnAdapter() {
+    if (!named_) return;
+    gCurrentAdapter = current_;
+    gSpecificAdapterFlag = specific_;
+  }
+  OwnAdapter(const OwnAdapter &) = delete;
+  OwnAdapter &operator=(const OwnAdapter &) = delete;
+
+ private:
+  bool named_;
+  uint8_t current_, specific_;
+};
 
 /// TRX_Init, then a summary per adapter, with the lines about what is wrong on `stream`.
 /// @return the exit status when the chosen adapter is not there

@@ -110,6 +110,7 @@ TEST(Session, AnswersEachLineAndEndsWithTheWorst) {
   EXPECT_EQ(session.status, 2);
   EXPECT_EQ(session.err, "");
   // At the prompt they hold for a line; of the shell, for every line.
+  EXPECT_THAT(host.cli({}, "--json version\nversion\n--strict 1 info -o pd -i 0\nadapter --list\n").out, AllOf(HasSubstr("> version\nSupport Firmware Version"), HasSubstr("commands: 0\n")));
   const Outcome shell = host.cli({"--dry-run"}, "vd -a delete -i 1\ninfo -o vd -i 1\n--json 1 version\nquit\n");
   EXPECT_THAT(shell.out, AllOf(HasSubstr("Dry run: nothing was sent.\n"), HasSubstr("Name:                logs"), HasSubstr("{\"id\":1,\"device\":\"vmhba3\"}")));
 }
