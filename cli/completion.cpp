@@ -8,16 +8,20 @@
 #include <optional>
 
 #include "Functions/commandTables.h"
+#include "Public/listening.h"
 #include "Public/options.h"
 #include "Public/utility.h"
+#include "line.h"
+#include "present.h"
+#include "startup.h"
 
 namespace trx {
 namespace {
 
-using Tokens = std::vector<std::string>;
+using Words = std::vector<std::string>;
 
 /// The words of the line as the shell splits it; the last is the one at the cursor.
-Tokens split(const std::string &line) {
+Words split(const std::string &line) {
   std::array<char *, kMaxTokens> tokens;
   int32_t count = 0;
   std::string text = line;
@@ -27,7 +31,7 @@ Tokens split(const std::string &line) {
     parse(&count, tokens.data(), text.data());
   }
   if (count > kMaxTokens) return {};
-  Tokens words(tokens.data(), tokens.data() + count);
+  Words words(tokens.data(), tokens.data() + count);
   bool behindBlank = line.empty() || line.back() == ' ' || line.back() == '\t';
   if (closed && behindBlank) words.emplace_back();
   return words;
@@ -43,11 +47,6 @@ Completion wordsOf(WordAt at, const std::string &typed) {
     if (begins(typed, at(i))) found.words.emplace_back(at(i));
   }
   return found;
-}
-
-Completion argumentOf(const OptionShape &option, const std::string &typed) {
-  if (option.takes.path) return {{}, true};
-  return wordsOf(option.takes.word, typed);
 }
 
 Completion namesOf(const OptionList &options, const std::string &typed) {
@@ -104,19 +103,68 @@ std::optional<OptionShape> waiting(const OptionList &options, const std::string 
   return std::nullopt;
 }
 
-Completion optionOrArgument(const OptionList &options, const Tokens &words) {
+/// What was given for an option; empty where it was not.
+std::string valueOf(const OptionList &options, const Words &words, char letter) {
+  std::string value;
+  for (size_t i = 1; i + 1 < words.size(); ++i) {
+    const std::string &word = words[i];
+    auto option = waiting(options, word);
+    size_t equals = word.find('=');
+    if (option) {
+      if (++i + 1 < words.size() && option->code == letter) value = words[i];
+    } else if (word.starts_with("--") && equals != std::string::npos) {
+      option = withName(options, word.substr(2, equals - 2));
+      if (option && option->code == letter) value = word.substr(equals + 1);
+    } else if (word.starts_with(std::string("-") + letter)) {
+      value = word.substr(2);
+    }
+  }
+  return value;
+}
+
+/// The objects whose ids an option takes on this line.
+Objects objectsOf(const OptionList &options, const Words &words, const Takes &takes) {
+  constexpr Word<Objects> kKinds[] = {{"hba", Objects::Adapters}, {"pd", Objects::Disks},
+                                      {"hd", Objects::Disks},     {"vd", Objects::Volumes},
+                                      {"ld", Objects::Volumes},   {"ns", Objects::Namespaces},
+                                      {"init", Objects::Disks},   {"create", Objects::Backings}};
+  Objects objects = takes.objects;
+  if (takes.kindFrom) choose(objects, valueOf(options, words, takes.kindFrom).c_str(), kKinds);
+  return objects;
+}
+
+Completion idsFrom(Objects objects, const std::string &typed) {
+  // A list is one word: what stands in front of its last id is part of every replacement.
+  const size_t comma = objects == Objects::DiskList ? typed.rfind(',') : std::string::npos;
+  const std::string before = typed.substr(0, comma + 1);
+  Completion found;
+  for (const std::string &id : presentIds(objects)) {
+    const bool again = ("," + before).find("," + id + ",") != std::string::npos;
+    if (!again && begins(typed.substr(before.size()), id.c_str())) found.words.push_back(before + id);
+  }
+  return found;
+}
+
+Completion argumentOf(const OptionList &options, const OptionShape &option, const Words &words,
+                      const std::string &typed) {
+  if (option.takes.path) return {{}, true};
+  const Objects objects = objectsOf(options, words, option.takes);
+  return objects != Objects::None ? idsFrom(objects, typed) : wordsOf(option.takes.word, typed);
+}
+
+Completion optionOrArgument(const OptionList &options, const Words &words) {
   const std::string &typed = words.back();
   std::optional<OptionShape> option;
   for (size_t i = 1; i + 1 < words.size(); ++i) {
     // The word behind such an option is its argument, whatever it looks like.
     option = option ? std::nullopt : waiting(options, words[i]);
   }
-  if (option) return argumentOf(*option, typed);
+  if (option) return argumentOf(options, *option, words, typed);
   if (options.operand) return wordsOf(options.operand, typed);
   size_t equals = typed.find('=');
   if (!typed.starts_with("--") || equals == std::string::npos) return namesOf(options, typed);
   option = withName(options, typed.substr(2, equals - 2));
-  return option ? argumentOf(*option, typed.substr(equals + 1)) : Completion{};
+  return option ? argumentOf(options, *option, words, typed.substr(equals + 1)) : Completion{};
 }
 
 const char *lineOption(size_t index) {
@@ -124,15 +172,18 @@ const char *lineOption(size_t index) {
   return index < std::size(kOptions) ? kOptions[index] : nullptr;
 }
 
-/// What may stand before the command word, and what is completed by itself, is no part of the command.
-void dropLineOptions(Tokens &words) {
-  while (words.size() > 1) {
-    size_t option = 0;
-    while (lineOption(option) && words[0] != lineOption(option)) ++option;
-    if (!lineOption(option)) return;
-    words.erase(words.begin());
-    if (std::string_view(lineOption(option)) == "--expect") words.erase(words.begin());
-  }
+/// What may stand before the command word is no part of the command; without an option a number is a word
+/// like others. No words are left where nothing can be offered.
+/// @return the adapter ID; empty for none
+std::string dropLineStart(Words &words) {
+  std::vector<char *> before;
+  for (size_t i = 0; i + 1 < words.size(); ++i) before.push_back(words[i].data());
+  const LineStart start = startOfLine(before);
+  if (!start.any) return {};
+  std::string adapter = start.adapter ? start.adapter : "";
+  words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(start.count));
+  if (!start.wrong.empty()) words.clear();  // such as the value of --expect, which is being typed
+  return adapter;
 }
 
 Completion commandsAndLineOptions(const std::string &typed) {
@@ -148,14 +199,17 @@ Completion commandsAndLineOptions(const std::string &typed) {
 }  // namespace
 
 Completion complete(const std::string &line) {
-  Tokens words = split(line);
+  Words words = split(line);
   if (words.empty()) return {};
-  dropLineOptions(words);
-  if (words.empty()) return {};  // the value of --expect
+  const std::string adapter = dropLineStart(words);
+  if (words.empty()) return {};
   if (words.size() == 1) return commandsAndLineOptions(words[0]);
   const char *word = strlwr(words[0].data());
   const Command_Info *row = findCommand(word).row;
   const OptionList *options = optionsOf(row ? row : ownCommand(word));
+  const Listening silence(Hearing::Mute);
+  const OwnAdapter own(!adapter.empty());
+  if (!adapter.empty() && !chooseAdapter(adapter.c_str())) return {};
   return options ? optionOrArgument(*options, words) : Completion{};
 }
 

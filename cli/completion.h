@@ -15,8 +15,9 @@ struct Completion {
   bool path = false;  ///< a file name may stand there; `words` is empty then
 };
 
-/// Complete the last word of `line`, the text in front of the cursor: a listed command, a long option
-/// of the command, a fixed value of an option, or a topic of `help`. Hidden commands stay hidden.
+/// Complete the last word of `line`, the text in front of the cursor: a listed command, a long option of
+/// the command, a fixed value of an option, the id of an object that is there, or a topic of `help`. Hidden
+/// commands stay hidden. Ids are read from the controller; nothing is printed, whatever it answers.
 Completion complete(const std::string &line);
 
 }  // namespace trx

@@ -19,6 +19,7 @@
 #include "Public/listening.h"
 #include "completion.h"
 #include "line.h"
+#include "present.h"
 #include "startup.h"
 
 namespace trx {
@@ -42,8 +43,10 @@ char *nextWord(const char *, int state) {
 
 char **completeAtCursor(const char *text, int, int end) {
   Completion found = complete(std::string(rl_line_buffer, static_cast<size_t>(end)));
+  rl_sort_completion_matches = 1;
   if (found.path) return nullptr;  // readline goes on with the names of files
   rl_attempted_completion_over = 1;
+  rl_sort_completion_matches = 0;  // 2 stands before 10
   gWords = std::move(found.words);
   rl_completion_suppress_append = gWords.size() == 1 && gWords[0].ends_with('=');
   return rl_completion_matches(text, nextWord);
@@ -105,6 +108,7 @@ void takeLine(char *line) {
 
 void prompt() {
   gEnded = false;
+  forgetPresentIds();
   rl_callback_handler_install("> ", takeLine);
 }
 

@@ -40,6 +40,17 @@ struct Word {
 /// The word with an index of those that completion at the prompt offers; null past the last.
 using WordAt = const char *(*)(size_t index);
 
+/// Objects by whose ids an argument names them. Completion offers those that are there.
+enum class Objects : uint8_t {
+  None,
+  Adapters,
+  Disks,
+  DiskList,  ///< several, with commas between them
+  Volumes,
+  Namespaces,
+  Backings,  ///< what a namespace is made on: volumes in RAID mode, else disks
+};
+
 /// What an option takes: whether there is an argument, and what completion offers for it.
 struct Takes {
   // Not explicit: most rows say no more than this.
@@ -49,10 +60,20 @@ struct Takes {
   Argument argument;
   WordAt word;  ///< null for an argument that has no fixed words
   bool path;    ///< the argument names a file
+  Objects objects = Objects::None;
+  char kindFrom = '\0';  ///< the option whose word tells another kind of objects, if it was given
 };
 
 /// An argument that names a file.
 inline constexpr Takes kPath(Argument::Required, nullptr, true);
+
+/// An argument that is the id of an object.
+constexpr Takes idOf(Objects objects, char kindFrom = '\0') {
+  Takes takes(Argument::Required);
+  takes.objects = objects;
+  takes.kindFrom = kindFrom;
+  return takes;
+}
 
 /// An argument that is one of the words that `choose` takes. Of several for the same value, the first
 /// is the one that the help tells of and that completion offers.

@@ -31,13 +31,14 @@ struct RaidMode {
   std::string_view word;
   uint8_t code;
   const char *name;
+  uint8_t supportBit;  ///< of SupportRAIDMode
 };
 
 constexpr RaidMode kRaidModes[] = {
-    {"0", TRX_RAID_MODE_0, "RAID0"},    {"1", TRX_RAID_MODE_1, "RAID1"},
-    {"10", TRX_RAID_MODE_10, "RAID10"}, {"5", TRX_RAID_MODE_5, "RAID5"},
-    {"50", TRX_RAID_MODE_50, "RAID50"}, {"6", TRX_RAID_MODE_6, "RAID6"},
-    {"60", TRX_RAID_MODE_60, "RAID60"}, {"JBOD", TRX_RAID_MODE_JBOD, "JBOD"},
+    {"0", TRX_RAID_MODE_0, "RAID0", 0},    {"1", TRX_RAID_MODE_1, "RAID1", 1},
+    {"10", TRX_RAID_MODE_10, "RAID10", 3}, {"5", TRX_RAID_MODE_5, "RAID5", 4},
+    {"50", TRX_RAID_MODE_50, "RAID50", 5}, {"6", TRX_RAID_MODE_6, "RAID6", 6},
+    {"60", TRX_RAID_MODE_60, "RAID60", 7}, {"JBOD", TRX_RAID_MODE_JBOD, "JBOD", 2},
 };
 
 }  // namespace
@@ -74,8 +75,11 @@ uint8_t chooseRaidMode(const char *text) {
   return row != std::end(kRaidModes) ? row->code : kInvalid;
 }
 
-const char *raidModeWord(size_t index) {
-  return index < std::size(kRaidModes) ? kRaidModes[index].word.data() : nullptr;
+const char *raidModeWord(size_t index, uint16_t supported) {
+  for (const RaidMode &mode : kRaidModes) {
+    if ((supported & 1u << mode.supportBit) != 0 && index-- == 0) return mode.word.data();
+  }
+  return nullptr;
 }
 
 const char *RaidModeStr(uint32_t code) {

@@ -37,8 +37,9 @@ bool isNumber(const char *text);
 /// text and for null.
 uint8_t chooseRaidMode(const char *text);
 
-/// The texts of `chooseRaidMode` by index; null past the last.
-const char *raidModeWord(size_t index);
+/// The texts of `chooseRaidMode` that an adapter supports, by index; null past the last.
+/// @param supported bits of `SupportRAIDMode`
+const char *raidModeWord(size_t index, uint16_t supported);
 
 /// Name such as "RAID10" for the low 8 bits of a RAID level; "unknown" for any other.
 const char *RaidModeStr(uint32_t code);

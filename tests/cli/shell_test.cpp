@@ -126,6 +126,7 @@ TEST(Shell, CompletesAtATab) {
   terminal.readUntil("> ");
   const struct { std::string keys, shown; } rows[] = {
       {"inf\t-o v\t-i 99\n", "info -o vd -i 99\n\nUnable to get info of VD\n> "}, {"vd --sb\t7\n", "vd --sbs=7\n-b : invalid stripe block size '7'.\n> "},
+      {"info -o vd -i \t\t", "\n0  1  2  3  \n> info -o vd -i "}, {"9\n", "Unable to get info of VD\n> "}, {"vd -a delete -i 0\ninfo -o vd -i \t\t", "\n1  2  3  \n> info -o vd -i "}, {"9\n", "Unable to get info of VD\n> "},
       {"info --object=n\t-Z\n", "info --object=ns -Z\ninfo: illegal option -- Z\n> "}, {"info -i /et\t\n", "info -i /et\a\n-i : id should be a number\n"},  // no file may stand there
       {"flash -o pd -i 0 -c 1 -s 1 -f " + image.substr(0, image.find(' ')) + "\t\n", "file " + image + " is empty\n"},
   };

@@ -41,6 +41,9 @@ TEST(Utility, WordsOfRaidLevelsAndActions) {
     EXPECT_EQ(trx::chooseRaidMode(row.word), row.code) << row.name;
     EXPECT_STREQ(trx::RaidModeStr(0x100 + row.code), row.name);  // cut to 8 bits
   }
+  std::string supported;  // from bit 3 on
+  for (size_t i = 0; const char *word = trx::raidModeWord(i, 0xFFF8); ++i) supported += word + std::string(" ");
+  EXPECT_EQ(supported, "10 5 50 6 60 ");
   for (const auto &[word, code] : {std::pair{"start", 0}, {"stop", 3}, {"Stop", 255}}) EXPECT_EQ(trx::chooseBGAAction(word), code);
 }
 

@@ -74,7 +74,7 @@ bool readSlot(Options &o, const char *text) {
 }
 
 constexpr OptionRow<Options> kOptions[] = {
-    {"id", 'i', Argument::Required, readId},
+    {"id", 'i', idOf(Objects::Adapters), readId},
     {"slot", 's', Argument::Required, readSlot},
     // -l asks for an argument that nobody looks at, --list takes none; scripts write both so.
     {"list", 'l', Argument::NoneWhenLong, [](Options &o, const char *) { return o.list.set(true); }},

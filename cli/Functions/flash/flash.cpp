@@ -95,7 +95,7 @@ constexpr OptionRow<Options> kOptions[] = {
        return choose(o.raw.value, text, kTypes) || complain("-t : invalid type '%s'\n", text); }},
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        return readObject(o, text) || complain("-o : invalid object '%s'\n", text); }},
-    {"id", 'i', Argument::Required, [](Options &o, const char *text) {
+    {"id", 'i', idOf(Objects::Adapters, 'o'), [](Options &o, const char *text) {
        return o.id.takeCounted(zeroBasedId(text)) || complain("-i : invalid id '%s'.\n", text); }},
     {"fs", 's', Argument::OptionalWhenLong, [](Options &o, const char *text) {
        return readBounded(o.slot, text, 7) || complain("-s : invalid firmware slot '%s'.\n", text); }},

@@ -56,7 +56,7 @@ struct Options {
 constexpr OptionRow<Options> kOptions[] = {
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        return choose(o.object, text, kObjects) || complain("-o : invalid object '%s'\n", text); }},
-    {"id", 'i', Argument::Required, [](Options &o, const char *text) {
+    {"id", 'i', idOf(Objects::None, 'o'), [](Options &o, const char *text) {
        return (*text && o.id.take(zeroBasedId16(text))) || complain("-i : invalid id '%s'.\n", text); }},
     {"timeout", 't', Argument::Required, [](Options &o, const char *text) {
        return (*text && o.seconds.take(decimalUpTo(INT32_MAX, text))) ||

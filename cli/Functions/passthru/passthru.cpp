@@ -140,7 +140,7 @@ constexpr OptionRow<Options> kOptions[] = {
     {nullptr, 't', oneOf<kCommandSets>(), [](Options &o, const char *text) {
        ++o.commandSet.count;
        return choose(o.commandSet.value, text, kCommandSets) || complain("-t : invalid action '%s'\n", text); }},
-    {"id", 'i', Argument::Required, readId},
+    {"id", 'i', idOf(Objects::Disks), readId},
     {"request", 'r', oneOf<kRequests>(), [](Options &o, const char *text) {
        ++o.request.count;
        return choose(o.request.value, text, kRequests) || complain("-r : invalid request '%s'\n", text); }},

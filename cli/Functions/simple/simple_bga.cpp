@@ -97,9 +97,9 @@ struct Options {
 // clang-format off
 constexpr OptionRow<Options> kActionRow{"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
   return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }};
-constexpr OptionRow<Options> kVolumeRow{"vd_id", 'i', Argument::Required, [](Options &o, const char *text) {
+constexpr OptionRow<Options> kVolumeRow{"vd_id", 'i', idOf(Objects::Volumes), [](Options &o, const char *text) {
   return o.vd.take(zeroBasedId16(text)) || complain("-i : invalid vd id '%s'.\n", text); }};
-constexpr OptionRow<Options> kDiskRow{"pd_id", 'd', Argument::Required, [](Options &o, const char *text) {
+constexpr OptionRow<Options> kDiskRow{"pd_id", 'd', idOf(Objects::Disks), [](Options &o, const char *text) {
   if (o.pd.take(zeroBasedId16(text))) return true;
   // An id below the first one is laid to -i; scripts know the line.
   bool belowFirst = zeroBased(decimal(text).value_or(g_oneBaseMode)) < 0;

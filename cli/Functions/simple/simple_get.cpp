@@ -53,7 +53,7 @@ constexpr OptionRow<Options> kOptions[] = {
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        return choose(o.object, text, kObjects) ||
               complain("-o : invalid object '%s', should be NVMe Controller\n", text); }},
-    {"id", 'i', Argument::Required, readId},
+    {"id", 'i', idOf(Objects::Adapters), readId},
 };
 // clang-format on
 

@@ -48,8 +48,8 @@ bool readVolume(Options &o, const char *text) {
   return o.vd.take(zeroBasedId16(text)) || complain("-l : invalid vd id '%s'\n", text);
 }
 
-constexpr OptionRow<Options> kOptions[] = {{"id", 'i', Argument::Required, readAdapter},
-                                           {"vd_id", 'l', Argument::Required, readVolume}};
+constexpr OptionRow<Options> kOptions[] = {{"id", 'i', idOf(Objects::Adapters), readAdapter},
+                                           {"vd_id", 'l', idOf(Objects::Volumes), readVolume}};
 
 ControllerRequest importVolume(TRX_U16 vd) { return ControllerRequest::function(0xE2, 6).set(14, vd); }
 

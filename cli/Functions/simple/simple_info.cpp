@@ -72,13 +72,13 @@ constexpr OptionRow<Options> kOptions[] = {
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        ++o.object.count;
        return choose(o.object.value, text, kObjects) || complain("-o : invalid object '%s'\n", text); }},
-    {"id", 'i', Argument::Required, [](Options &o, const char *text) {
+    {"id", 'i', idOf(Objects::None, 'o'), [](Options &o, const char *text) {
        return readNumber(o.id, text, "-i : id should be a number\n"); }},
     {"type", 't', oneOf<kViews>(), [](Options &o, const char *text) {
        ++o.view.count;
        return choose(o.view.value, text, kViews) || complain("-t : invalid type '%s'\n", text); }},
     // The help text calls it --vd_id. Scripts have the name of this table.
-    {"vdid", 'v', Argument::Required, [](Options &o, const char *text) {
+    {"vdid", 'v', idOf(Objects::Volumes), [](Options &o, const char *text) {
        return readNumber(o.vd, text, "-v : VD id should be a number\n"); }},
 };
 // clang-format on

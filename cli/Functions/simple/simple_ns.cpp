@@ -136,7 +136,7 @@ bool readControllers(Options &o, const char *text) {
 constexpr OptionRow<Options> kOptions[] = {
     {"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
-    {"id", 'i', Argument::Required, readId},
+    {"id", 'i', idOf(Objects::Namespaces, 'a'), readId},
     {"EUI64", 'e', Argument::Required, [](Options &o, const char *text) {
        if (std::strlen(text) != 16) return complain("-e : invalid EUI64 '%s'.\n", text);
        return o.eui64.set(text); }},

@@ -53,7 +53,7 @@ struct Options {
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"pdid", 'i', Argument::Required, [](Options &o, const char *text) {
+    {"pdid", 'i', idOf(Objects::Disks), [](Options &o, const char *text) {
        return o.id.take(zeroBasedId16(text)) || complain("-i : invalid device id '%s'\n", text); }},
     {"type", 't', oneOf<kTypes>(), [](Options &o, const char *text) {
        return choose(o.type, text, kTypes) || complain("-t : invalid type '%s'.\n", text); }},

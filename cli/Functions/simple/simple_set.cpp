@@ -54,7 +54,7 @@ constexpr OptionRow<Options> kOptions[] = {
     {nullptr, 'c', Argument::Required, nullptr},
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        return choose(o.object, text, kObjects) || complain("-o : invalid object '%s'\n", text); }},
-    {"id", 'i', Argument::Required, [](Options &o, const char *text) { return readAdapterId(o.id, text); }},
+    {"id", 'i', idOf(Objects::Adapters), [](Options &o, const char *text) { return readAdapterId(o.id, text); }},
     {"bgarate", 'r', oneOf<kRates>(), [](Options &o, const char *text) {
        return choose(o.rate, text, kRates) || complain("-r : invalid BGA rate '%s'\n", text); }},
 };

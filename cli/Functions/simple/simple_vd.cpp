@@ -87,17 +87,23 @@ bool readMembers(TRX_U32 &members, const char *list) {
   }
 }
 
+/// The levels that the current adapter has, for completion; all where it does not tell.
+const char *supportedRaidMode(size_t index) {
+  const TRX_U16 told = summaryOf(gCurrentAdapter).SupportRAIDMode;
+  return raidModeWord(index, told != 0 ? told : UINT16_MAX);
+}
+
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
     {"action", 'a', oneOf<kActions>(), [](Options &o, const char *text) {
        return choose(o.action, text, kActions) || complain("-a : invalid action '%s'.\n", text); }},
-    {"vd_id", 'i', Argument::Required, [](Options &o, const char *text) {
+    {"vd_id", 'i', idOf(Objects::Volumes), [](Options &o, const char *text) {
        if (!isNumber(text)) return complain("-i : invalid vd id '%s'.\n", text);
        return o.vd.take(zeroBasedId(text, kLastVolume)) || complain("-i : invalid id '%s'\n", text); }},
-    {"raidmode", 'r', Takes(Argument::Required, raidModeWord), [](Options &o, const char *text) {
+    {"raidmode", 'r', Takes(Argument::Required, supportedRaidMode), [](Options &o, const char *text) {
        o.raidMode.set(chooseRaidMode(text));
        return o.raidMode.value != kNoRaidMode || complain("-r : invalid raid mode %s\n", text); }},
-    {"pdid", 'd', Argument::Required, [](Options &o, const char *text) {
+    {"pdid", 'd', idOf(Objects::DiskList), [](Options &o, const char *text) {
        ++o.members.count;
        return readMembers(o.members.value, text) || complain("-d : invalid PD ID '%s'\n", text); }},
     {"sbs", 'b', oneOf<kStripes>(Argument::OptionalWhenLong), [](Options &o, const char *text) {

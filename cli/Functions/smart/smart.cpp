@@ -157,7 +157,7 @@ constexpr Word<bool> kObjects[] = {{"hba", true}};
 
 // clang-format off
 constexpr OptionRow<Options> kOptions[] = {
-    {"pd_id", 'i', Argument::Required, [](Options &o, const char *text) {
+    {"pd_id", 'i', idOf(Objects::Disks, 'o'), [](Options &o, const char *text) {
        return o.id.take(zeroBasedId(text)) || complain("-i : invalid NVMe Controller id '%s'\n", text); }},
     {"object", 'o', oneOf<kObjects>(), [](Options &o, const char *text) {
        ++o.hba.count;
