@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The bare loop that the program is compared with: makes the calls of a recorded trace again, through
-// the same three functions of the platform library, with an adapter opened and closed around each
-// command, and does nothing else.
+// The bare loop that the program is compared with: opens the semaphores of the controllers and looks at them,
+// makes the calls of a recorded trace again, through the same three functions of the platform library, with
+// an adapter opened and closed around each command, and does nothing else.
 //
 //   seam_loop TRACE [IMAGE]     IMAGE holds the data of Firmware Image Download (opcode 11h)
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <semaphore.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -122,6 +124,12 @@ int main(int argc, char **argv) {
   if (argc < 2) return 2;
   Platform platform = load();
   nvme_adapter_list list = listAdapters(platform);
+  for (uint32_t i = 0; i < list.count; ++i) {
+    const char name[] = {'t', 'r', 'x', 'd', static_cast<char>('0' + i), '\0'};
+    sem_t *semaphore = sem_open(name, O_RDWR);
+    int value;
+    if (semaphore != SEM_FAILED) sem_getvalue(semaphore, &value);
+  }
   std::vector<Exchange> exchanges = readTrace(argv[1]);
   std::vector<unsigned char> image = argc > 2 ? readImage(argv[2]) : std::vector<unsigned char>{};
   std::unique_ptr<void, decltype(&std::free)> page(std::aligned_alloc(4096, 4096), &std::free);

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <cstring>
+#include <utility>
 
 #include "Public/common.h"
 #include "Public/exchange.h"
@@ -126,11 +128,11 @@ void listUnread(const char *array, int id, const Failure &failure) {
 }
 
 std::string deviceText(std::span<const uint8_t> field) {
-  return deviceText(std::string(field.begin(), std::find(field.begin(), field.end(), 0)));
+  const auto *text = reinterpret_cast<const char *>(field.data());
+  return deviceText(std::string(text, strnlen(text, field.size())));
 }
 
-std::string deviceText(const std::string &text) {
-  std::string shown = text;
+std::string deviceText(std::string shown) {
   if (std::any_of(shown.begin(), shown.end(), steersTerminal) && writesToTerminal()) {
     std::replace_if(shown.begin(), shown.end(), steersTerminal, '?');
   }

@@ -66,7 +66,7 @@ void listUnread(const char *array, int id, const Failure &failure);
 std::string deviceText(std::span<const uint8_t> field);
 
 /// The same for text that is already at hand.
-std::string deviceText(const std::string &text);
+std::string deviceText(std::string text);
 
 /// Write device text of any bytes, NULs included, to `stream` under the same rule.
 void writeDeviceText(std::span<const uint8_t> bytes);

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <span>
 #include <string_view>
 
@@ -51,10 +50,14 @@ uint32_t calCRC32(const void *data, size_t length) {
 }
 
 uint32_t pow_nvme(uint32_t base, uint32_t exponent) {
-  const double power = std::pow(static_cast<uint8_t>(base), static_cast<uint8_t>(exponent));
-  // Through 64 bits, because C++ leaves the conversion of a value beyond the type undefined; x86-64
-  // does just this.
-  return power < 0x1p63 ? static_cast<uint32_t>(static_cast<uint64_t>(power)) : 0;
+  uint64_t power = 1;
+  for (auto i = static_cast<uint8_t>(exponent); i > 0; --i) {
+    if (__builtin_mul_overflow(power, static_cast<uint8_t>(base), &power)) return 0;
+  }
+  // As a floating-point power has it, whose conversion is defined up to 63 bits; x86-64 does just this. A
+  // start without the library for it is shorter.
+  const auto rounded = static_cast<double>(power);
+  return rounded < 0x1p63 ? static_cast<uint32_t>(static_cast<uint64_t>(rounded)) : 0;
 }
 
 char *strlwr(char *text) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,14 @@ TEST(Utility, Crc32StartsAtOnesIsNotInvertedAndCountsLengthIn16Bits) {
 TEST(Utility, PowerCutsArgumentsTo8BitsAndTheResultTo32) {
   EXPECT_EQ(trx::pow_nvme(0x102, 0x10C), 4096U);
   EXPECT_EQ(trx::pow_nvme(3, 21), 1870418611U);  // 10460353203 modulo 2^32
-  EXPECT_EQ(trx::pow_nvme(255, 255), 0U);
+  EXPECT_EQ(trx::pow_nvme(3, 34), 4077925000U);  // 16677181699666569 to the 53 bits of a double
+  for (uint32_t base = 0; base < 256; ++base) {
+    for (uint32_t exponent = 0; exponent < 256; ++exponent) {
+      const double power = std::pow(base, exponent);
+      const uint32_t low = power < 0x1p53 ? static_cast<uint32_t>(static_cast<uint64_t>(power)) : 0;
+      if (power < 0x1p53 || power > 0x1p63) { ASSERT_EQ(trx::pow_nvme(base, exponent), low) << base << "^" << exponent; }
+    }
+  }
 }
 
 // clang-format off

@@ -29,18 +29,23 @@ int valueOf(TRXLock *lock) {
   return value;
 }
 
+// By descriptor: the directory is everybody's, and what has this name can become a link at any moment.
+void openToAll(const char *path) {
+  const int file = open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+  if (file < 0) return;
+  (void)!fchmod(file, kMode);
+  close(file);
+}
+
 // Whether a file in the semaphore's place can be one. To touch a shorter one would end the process.
 bool isFit(const char *name) {
   char path[sizeof kPlace + sizeof TRXLock::lockName];
   snprintf(path, sizeof path, "%s%s", kPlace, name);
-  const int file = open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-  if (file < 0) return true;  // there is none yet, or opening the semaphore fails likewise
   struct stat about {};
-  const bool fit = fstat(file, &about) == 0 && S_ISREG(about.st_mode) &&
-                   static_cast<size_t>(about.st_size) >= sizeof(sem_t);
+  if (lstat(path, &about) != 0) return true;  // there is none yet, or opening the semaphore fails likewise
+  const bool fit = S_ISREG(about.st_mode) && static_cast<size_t>(about.st_size) >= sizeof(sem_t);
   // Its owner heals one that was made under a umask, and that shuts other users out.
-  if (fit && (about.st_mode & kMode) != kMode) (void)!fchmod(file, kMode);
-  close(file);
+  if (fit && (about.st_mode & kMode) != kMode) openToAll(path);
   return fit;
 }
 

@@ -4,7 +4,6 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <cstdio>
 
 #include "Public/common.h"
@@ -24,7 +23,10 @@ std::string scale(int percent) {
 
 std::string timeLeft(int percent, double percentPerSecond) {
   char text[64];
-  const auto seconds = static_cast<long>(std::ceil((100 - percent) / percentPerSecond));
+  const double exactly = (100 - percent) / percentPerSecond;
+  auto seconds = static_cast<long>(exactly);
+  if (static_cast<double>(seconds) < exactly)
+    ++seconds;  // without <cmath>: its library would be loaded at every start
   std::snprintf(text, sizeof text, " %.2g%%/s, %ld:%02ld:%02ld left", percentPerSecond, seconds / 3600,
                 seconds / 60 % 60, seconds % 60);
   return text;

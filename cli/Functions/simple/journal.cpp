@@ -61,11 +61,10 @@ bool _eventParser(std::string_view line, NVME_SA_Evt_Item &event) {
 }
 
 void readJournal(std::span<const TRX_U8> text, std::vector<NVME_SA_Evt_Item> &events) {
-  std::string copy(text.begin(), text.end());
+  std::string copy(reinterpret_cast<const char *>(text.data()), text.size());
   // A page that was begun anew has a NUL where its next line will start.
-  for (size_t i = 1; i < copy.size(); ++i) {
-    if (copy[i] == '\0' && copy[i - 1] == '\n') copy[i] = ' ';
-  }
+  constexpr std::string_view kBegunAnew("\n\0", 2);
+  for (size_t at = 0; (at = copy.find(kBegunAnew, at)) != copy.npos; ++at) copy[at + 1] = ' ';
   for (std::string_view rest = copy; !rest.empty();) {
     size_t end = std::min(rest.find('\n'), rest.size());
     std::string_view line = rest.substr(0, end);

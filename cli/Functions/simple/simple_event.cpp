@@ -48,9 +48,8 @@ constexpr OptionRow<Options> kOptions[] = {
 
 void _showEvt(const NVME_SA_Evt_Item &event) {
   if (gathersFacts()) return tellEvent(event);
-  std::fprintf(stream, "Seq:%s\n", deviceText(event.seq).c_str());
-  std::fprintf(stream, "Time:%s\n", _showTime(event.time).c_str());
-  std::fprintf(stream, "Message:%s\n\n", deviceText(event.msg).c_str());
+  std::fprintf(stream, "Seq:%s\nTime:%s\nMessage:%s\n\n", deviceText(event.seq).c_str(),
+               _showTime(event.time).c_str(), deviceText(event.msg).c_str());
 }
 
 /// Read all pages; one that fails does not stop it. @return the library's status for the last page

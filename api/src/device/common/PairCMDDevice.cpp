@@ -101,7 +101,7 @@ _Device *PairCMDDevice_getNVMEDevice(_Device *device) { return self(device)->m_n
 }  // namespace
 
 _Device *CreatePairCMDDeviceInstance(_Device *inner) {
-  auto *pair = new (std::nothrow) _PairCMDDevice{};
+  auto *pair = new (std::nothrow) _PairCMDDevice;
   if (!pair) return nullptr;
   pair->m_nvme_device = inner;
   pair->in_device.sendCommand = PairCMDDevice_sendCommand;
