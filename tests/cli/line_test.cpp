@@ -59,6 +59,8 @@ TEST(Line, IsADocumentWhateverHappens) {
     {{"--json", "vd", "-a", "create", "-r", "1", "-d", "0,7"}, 1, "/status", {{"source", "nvme"}, {"code", 0x73b}, {"sct", 7}, {"sc", 59}, {"text", "HD is assigned"}}},
     {{"--json", "--expect", "name=logs,status=degrade", "--dry-run", "vd", "-a", "delete", "-i", "1"}, 0, "/data/would_send/0/function", "Delete VD"},
     {{"--json", "--expect", "name=lögs", "vd", "-a", "delete", "-i", "1"}, 6, "/data/found/0/value", "logs"}, {{"--json", "--expect", "nam=logs", "vd", "-a", "delete", "-i", "1"}, 2, "/outcome", "usage"},
+    {{"--json", "--expect", "name=logs,status=degrade,serial=NS3-00533", "--dry-run", "rebuild", "-i", "1", "-d", "7"}, 0, "/data/would_send/0/loss", json{"PD 7 Norvik Stream 3 1.92TB NS3-00533 of 1920383410176 bytes loses its data"}},
+    {{"--json", "--expect", "name=logs,serial=x", "rebuild", "-i", "1", "-d", "7"}, 6, "/data/found", json{{{"object", "PD 7"}, {"key", "serial"}, {"expected", "x"}, {"value", "NS3-00533"}}}}, {{"--json", "--expect", "name=logs,nam=x", "rebuild", "-i", "1", "-d", "7"}, 2, "/messages/0/text", "trx_cli: --expect: VD 1 has no nam"},
     {{"--json", "--expect", "size_bytes=1920383320064,importable=false", "--dry-run", "mp", "-i", "1"}, 0, "/outcome", "ok"}, {{"--json", "--expect", "name=x", "vd", "-a", "delete", "-i", "9"}, 3, "/outcome", "not_found"},
     {{"--json", "info", "-o", "vd", "-i", "1"}, 0, "/data/virtual_disks/0/name", "logs"},
   });

@@ -24,37 +24,47 @@ class Looking {
 
 [[noreturn]] void endLine() { throw LineEnds{}; }
 
-/// Hold one object against what is expected of it.
-void hold(const Target &target, const Expectations &expectations) {
-  Document document;
-  const Failure failure = gatherObject(target, document);
-  const std::string name = nameOf(target);
-  if (failure) {
+/// An object that is about to be changed, as it is now.
+struct Seen {
+  Kind kind;
+  std::string name;
+  Document facts;
+};
+
+Seen look(const Target &target) {
+  Seen seen{target.kind, nameOf(target), {}};
+  if (const Failure failure = gatherObject(target, seen.facts)) {
     note(failure);
-    tellFailed("%s could not be looked at: %s. Nothing was sent.\n", name.c_str(), textOf(failure));
+    tellFailed("%s could not be looked at: %s. Nothing was sent.\n", seen.name.c_str(), textOf(failure));
     endLine();
   }
-  Object object = document.root();
-  for (const auto &[key, value] : expectations) {
-    switch (object.match(key, value)) {
-      case Object::Match::Equal:
-        break;
-      case Object::Match::UnknownKey:
-        complain("trx_cli: --expect: %s has no %s\n", name.c_str(), key.c_str());
-        endLine();
-      case Object::Match::Different:
-        if (gathersFacts()) {
-          Object found = data().append("found");
-          found.put("object", name);
-          found.put("key", key);
-          found.put("expected", value);
-          found.put("value", object.typed(key));
-        }
-        tellWrong(Outcome::Guarded, "%s: %s is '%s', not '%s'. Nothing was sent.\n", name.c_str(),
-                  key.c_str(), object.typed(key).c_str(), value.c_str());
-        endLine();
-    }
+  return seen;
+}
+
+/// The kind of objects that a key is about. Where there are several, as the volume and its new member in a
+/// rebuild, it is the first one that has the key.
+Kind kindWith(const std::string &key, std::vector<Seen> &all) {
+  const auto found = std::ranges::find_if(
+      all, [&](Seen &seen) { return seen.facts.root().match(key, "") != Object::Match::UnknownKey; });
+  if (found != all.end()) return found->kind;
+  complain("trx_cli: --expect: %s has no %s\n", all.front().name.c_str(), key.c_str());
+  endLine();
+}
+
+/// Hold one object against what is expected of it.
+void hold(Seen &seen, const std::string &key, const std::string &value) {
+  const Object object = seen.facts.root();
+  if (object.match(key, value) == Object::Match::Equal) return;
+  if (gathersFacts()) {
+    Object found = data().append("found");
+    found.put("object", seen.name);
+    found.put("key", key);
+    found.put("expected", value);
+    found.put("value", object.typed(key));
   }
+  tellWrong(Outcome::Guarded, "%s: %s is '%s', not '%s'. Nothing was sent.\n", seen.name.c_str(), key.c_str(),
+            object.typed(key).c_str(), value.c_str());
+  endLine();
 }
 
 void checkGuard(const std::vector<Wire> &wires) {
@@ -65,9 +75,19 @@ void checkGuard(const std::vector<Wire> &wires) {
     complain("trx_cli: --expect wants KEY=VALUE[,KEY=VALUE]\n");
     endLine();
   }
+  std::vector<Seen> all;
   for (const Wire &wire : wires) {
     const RequestRow *row = rowOf(wire);
-    for (const Target &target : row ? row->targets(wire) : std::vector<Target>{}) hold(target, expectations);
+    for (const Target &target : row ? row->targets(wire) : std::vector<Target>{}) all.push_back(look(target));
+  }
+  if (all.empty()) {
+    complain("trx_cli: --expect: nothing of what the command changes can be looked at\n");
+    endLine();
+  }
+  for (Seen &seen : all) {
+    for (const auto &[key, value] : expectations) {
+      if (kindWith(key, all) == seen.kind) hold(seen, key, value);
+    }
   }
   gChecked = true;
 }
@@ -114,7 +134,7 @@ void show(const Wire &wire) {
   if (row && row->loss) {
     const Looking looking;
     const Aside aside;
-    for (const Target &target : row->targets(wire)) losses.push_back(describe(target) + " " + row->loss);
+    for (const Target &target : row->losers(wire)) losses.push_back(describe(target) + " " + row->loss);
   }
   heading("Would send to %s: %s\n", device, name);
   showDwords(wire);

@@ -37,9 +37,8 @@ Targets diskOrPin(const Wire &wire) {
   return (wire.cdw[14] >> 16 & 0xFF) == kPowerPin ? adapter(wire) : disk(wire);
 }
 
-Targets volumeAndDisk(const Wire &wire) {
-  return {{Kind::Volume, wire.cdw[14] & 0xFFFF}, {Kind::Disk, wire.cdw[14] >> 16}};
-}
+Targets newMember(const Wire &wire) { return {{Kind::Disk, wire.cdw[14] >> 16}}; }
+Targets volumeAndNewMember(const Wire &wire) { return {volume(wire)[0], newMember(wire)[0]}; }
 
 /// A namespace is carved from a volume or, where disks are exposed as they are, from a disk. It is told
 /// counting from 1.
@@ -82,7 +81,7 @@ constexpr FunctionRow kFunctions[] = {
     {0xE3, 0x02, {"Get activity of VD", false, nullptr, none}},
     {0xE3, 0x04, {"Control activity of VD", true, nullptr, volume}},
     {0xE3, 0x06, {"Start initialization of VD", true, nullptr, volume}},
-    {0xE3, 0x07, {"Start rebuild of VD", true, nullptr, volumeAndDisk}},
+    {0xE3, 0x07, {"Start rebuild of VD", true, "loses its data", volumeAndNewMember, newMember}},
     {0xE3, 0x0A, {"Start media patrol of VD", true, nullptr, volume}},
     {0xE5, 0x00, {"Get namespaces", false, nullptr, none}},
     {0xE5, 0x01, {"Get namespaces of VD", false, nullptr, none}},

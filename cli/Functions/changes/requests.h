@@ -20,9 +20,10 @@ struct Target {
 struct RequestRow {
   const char *name;
   bool changes;
-  /// What becomes of each target, after its name; null where nothing of it is lost.
+  /// What becomes of each of `losers`, after its name; null where nothing is lost.
   const char *loss;
   std::vector<Target> (*targets)(const Wire &wire);
+  std::vector<Target> (*losers)(const Wire &wire) = targets;
 };
 
 /// The row of a request; null for one that is not known, which is taken for one that changes something.
