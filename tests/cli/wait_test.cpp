@@ -68,7 +68,7 @@ class Running {
 TEST(Wait, LooksOnce) {
   SimHost host("clockwork");
   const std::tuple<const char *, int, const char *> rows[] = {
-      {"wait -t 0", 8, "VD 0: Initializing 0%\nVD 0: Initializing has not ended.\n"},
+      {"wait -t 0", 8, "VD 0: Initializing 0%\nVD 0: Initializing has not ended, 0% done.\n"},
       {"wait -o vd -i 1", 0, "Nothing is running.\n"},
       {"wait -o pd", 0, "Nothing is running.\n"},
       {"wait -o vd -i 9", 3, "VD 9 is not there.\n"},

@@ -230,7 +230,10 @@ void Waiting::tellEnds() const {
     if (row.outcome == Outcome::Ok) {
       tell("%s: %s %s.\n", name.c_str(), activity, row.sentence);
     } else if (each.end != End::Running || isOver()) {
-      tellWrong(row.outcome, "%s: %s %s.\n", name.c_str(), activity, row.sentence);
+      // At a terminal the bar is gone by now.
+      const bool told = each.end == End::Running && each.last.percent;
+      const std::string far = told ? ", " + std::to_string(*each.last.percent) + "% done" : "";
+      tellWrong(row.outcome, "%s: %s %s%s.\n", name.c_str(), activity, row.sentence, far.c_str());
     }
   }
 }
