@@ -116,13 +116,18 @@ void deliver(const Command &command, Completion &completion, usr_io &uio) {
     std::memcpy(reinterpret_cast<void *>(uio.addr), completion.data.data(), bytes);
 }
 
+using Clock = std::chrono::steady_clock;
+
 /// Slept without the lock: a slow command of one process does not stop the others.
-void waitFor(uint32_t millis) { std::this_thread::sleep_for(std::chrono::milliseconds(millis)); }
+void waitUntil(Clock::time_point begin, uint32_t millis) {
+  if (millis != 0) std::this_thread::sleep_until(begin + std::chrono::milliseconds(millis));
+}
 
 int adminCommand(AdapterFiles &files, usr_io &uio) {
   Command command = commandFrom(uio);
   Completion completion;
   std::string breach = checkBlock(uio);
+  Clock::time_point begin = Clock::now();
   int result = 0;
   if (!breach.empty()) {
     completion.fail(kGeneric, TRX_NVME_SC_INVALID_FIELD);
@@ -137,11 +142,12 @@ int adminCommand(AdapterFiles &files, usr_io &uio) {
         result = carryOut(session, command, fault, completion, breach);
     }
     if (fault && fault->kind == FaultKind::Delay) {
-      waitFor(fault->value);
+      waitUntil(begin, fault->value);
+      begin = Clock::now();
       Session session(files);
       result = carryOut(session, command, std::nullopt, completion, breach);
     }
-    waitFor(latency);
+    waitUntil(begin, latency);
   }
   if (!breach.empty()) recordBreach(files, command, breach);
   if (result == 0) deliver(command, completion, uio);
