@@ -74,10 +74,10 @@ int runInteractive(const LineOptions &options) {
 // ---- with options before the command, or a command of our own ----
 
 /// A command of our own has the output to itself from the first line on.
-std::optional<int> startUpAside() {
+std::optional<int> startUpAside(const char *before) {
   std::FILE *answer = stream;
   stream = stderr;
-  auto status = startUp();
+  auto status = startUp(before);
   stream = answer;
   return status;
 }
@@ -102,7 +102,7 @@ int runDocument(const LineStart &start, Tokens words) {
     if (start.adapter) chooseAdapter(start.adapter);
     {
       const Listening listening(Hearing::Divert);
-      startUpAside();
+      startUpAside("");
     }
     return shutDown(static_cast<int>(runSession(start.options, writeDocument)));
   }

@@ -77,19 +77,27 @@ int32_t tryWithoutControllers(Tokens words) {
   return 0;
 }
 
+/// What a line for monitors begins with when its command does not come to speak.
+const char *stateWord(Tokens words) { return !gLine.json && isForMonitors(words) ? "UNKNOWN: " : ""; }
+
 int32_t dispatch(const LineStart &start, Tokens words, Prepare prepare) {
+  const char *before = stateWord(words);
   if (!start.wrong.empty()) {
-    complain("trx_cli: %s\n", start.wrong.c_str());
+    complain("%strx_cli: %s\n", before, start.wrong.c_str());
     return 1;
+  }
+  if (gLine.expect && isOwnCommand(words)) {
+    complain("%strx_cli: --expect: the command changes nothing\n", before);
+    return static_cast<int32_t>(outcomeNow());
   }
   endIfInterrupted();
   if (answeredAtOnce(words)) return 0;
-  if (start.adapter && !chooseAdapter(start.adapter)) return 0;
+  if (start.adapter && !chooseAdapter(start.adapter, before)) return 0;
   if (prepare) {
-    if (auto status = prepare()) return *status;
+    if (auto status = prepare(before)) return *status;
   }
   if (start.adapter && gNumAdaptersFound != 0 && gCurrentAdapter >= gNumAdaptersFound) {
-    tellWrong(Outcome::NotFound, "Adapter ID %d is not exist\n", userCounting(gCurrentAdapter));
+    tellWrong(Outcome::NotFound, "%sAdapter ID %d is not exist\n", before, userCounting(gCurrentAdapter));
     return 0;
   }
   if (words.empty()) {

@@ -36,7 +36,7 @@ bool isForMonitors(Tokens words);
 /// @param prepare done first, within the line; its result ends the line
 /// @return the status of the line: its outcome where the options ask for that, else the command's result;
 ///         -1 for `exit` and `quit` at the prompt
-using Prepare = std::optional<int> (*)();
+using Prepare = std::optional<int> (*)(const char *stateWord);
 int32_t runCommand(const LineStart &start, Tokens words, Prepare prepare = nullptr);
 
 /// Run a line without options. @return its command's result, or that it was interrupted

@@ -15,10 +15,10 @@ namespace trx {
 namespace {
 
 /// On standard output, wherever `stream` goes: it is for who started the program.
-void complainNoSuchAdapter(int32_t id) {
+void complainNoSuchAdapter(int32_t id, const char *before) {
   std::FILE *usual = stream;
   stream = stdout;
-  tellWrong(Outcome::NotFound, "Adapter ID %d is not exist\n", id);
+  tellWrong(Outcome::NotFound, "%sAdapter ID %d is not exist\n", before, id);
   stream = usual;
 }
 
@@ -45,12 +45,12 @@ void reportNoAdapter() {
 
 }  // namespace
 
-bool chooseAdapter(const char *text) {
+bool chooseAdapter(const char *text, const char *before) {
   long typed = std::strtol(text, nullptr, 10);
   // The ID is kept to 32 signed bits: one that does not fit counts as negative.
   auto value = static_cast<int32_t>(typed);
   if (value != typed || zeroBased(value) < 0) {
-    complainNoSuchAdapter(value);
+    complainNoSuchAdapter(value, before);
     return false;
   }
   // Cut to 8 bits before it is compared with the adapters found: an adapter index has 8 bits, and 256 is
@@ -60,7 +60,7 @@ bool chooseAdapter(const char *text) {
   return true;
 }
 
-std::optional<int> startUp() {
+std::optional<int> startUp(const char *before) {
   findControllers();
   gNumAdaptersFound = TRX_Adapter_GetCount();
   if (gNumAdaptersFound == 0) {
@@ -70,7 +70,7 @@ std::optional<int> startUp() {
   TRX_U32 status = loadSummaries();
   forgetExchange();
   if (!gSpecificAdapterFlag || gCurrentAdapter < gNumAdaptersFound) return std::nullopt;
-  complainNoSuchAdapter(userCounting(gCurrentAdapter));
+  complainNoSuchAdapter(userCounting(gCurrentAdapter), before);
   return static_cast<int>(status);
 }
 

@@ -12,7 +12,8 @@ namespace trx {
 
 /// Take a typed adapter ID for `gCurrentAdapter`: zero-based, cut to 8 bits as adapter indexes are.
 /// @return whether it can be one; says on standard output when it cannot
-bool chooseAdapter(const char *typed);
+/// @param before stands in front of that line
+bool chooseAdapter(const char *typed, const char *before = "");
 
 /// The adapter that is chosen while it lives is chosen for that time only.
 class OwnAdapter {
@@ -35,7 +36,8 @@ class OwnAdapter {
 
 /// TRX_Init, then a summary per adapter, with the lines about what is wrong on `stream`.
 /// @return the exit status when the chosen adapter is not there
-std::optional<int> startUp();
+/// @param before stands in front of the line that says so
+std::optional<int> startUp(const char *before = "");
 
 /// TRX_Final. @return `status`
 int shutDown(int status);
