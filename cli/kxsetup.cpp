@@ -91,6 +91,14 @@ int runText(const LineStart &start, Tokens words) {
   return shutDown(runCommand(start, words, own ? startUpAside : startUp));
 }
 
+/// Choose the adapter of a session. @return it when it is not there: each line that names no other says so
+const char *absentAdapter(const char *typed) {
+  if (!typed) return nullptr;
+  const Listening silence(Hearing::Mute);
+  if (!chooseAdapter(typed)) return typed;
+  return gNumAdaptersFound == 0 || gCurrentAdapter < gNumAdaptersFound ? nullptr : typed;
+}
+
 int runDocument(const LineStart &start, Tokens words) {
   const HeedInterrupts interrupts;
   gUnwritten = static_cast<int>(Outcome::Failed);
@@ -99,12 +107,14 @@ int runDocument(const LineStart &start, Tokens words) {
   const bool noFile = path && !useDocumentFile(path);
   if (noFile) complainOutput(path, errno);
   if (words.empty() && start.wrong.empty()) {
-    if (start.adapter) chooseAdapter(start.adapter);
     {
       const Listening listening(Hearing::Divert);
       startUpAside("");
     }
-    return shutDown(static_cast<int>(runSession(start.options, writeDocument)));
+    LineStart each;
+    each.options = start.options;
+    each.adapter = absentAdapter(start.adapter);
+    return shutDown(static_cast<int>(runSession(each, writeDocument)));
   }
   int32_t status = 0;
   gGiveDocument = writeDocument;

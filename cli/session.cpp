@@ -10,7 +10,6 @@
 
 #include "Public/common.h"
 #include "Public/interrupt.h"
-#include "line.h"
 
 namespace trx {
 namespace {
@@ -41,7 +40,8 @@ std::string documentOfWrongLine(const LineOptions &options, const char *why, int
 }
 
 /// The document of a line that is not empty; nothing when it ends the session.
-std::optional<std::string> answer(std::string line, const LineOptions &options, int32_t &status) {
+std::optional<std::string> answer(std::string line, const LineStart &each, int32_t &status) {
+  const LineOptions &options = each.options;
   std::array<char *, kMaxTokens> tokens;
   int32_t count = 0;
   if (line.size() >= kMaxLine) return documentOfWrongLine(options, "the line is too long", status);
@@ -53,7 +53,8 @@ std::optional<std::string> answer(std::string line, const LineOptions &options, 
   if (count > kMaxTokens)
     return documentOfWrongLine(options, "Too many words in the line (at most 64).", status);
   Tokens words(tokens.data(), static_cast<size_t>(count));
-  const LineStart start = startOfLine(words, options);
+  LineStart start = startOfLine(words, options);
+  if (!start.adapter) start.adapter = each.adapter;
   std::string document = documentOfCommand(start, words.subspan(start.count), status);
   if (status == -1) return std::nullopt;
   return document;
@@ -61,12 +62,12 @@ std::optional<std::string> answer(std::string line, const LineOptions &options, 
 
 }  // namespace
 
-Outcome runSession(const LineOptions &options, bool (*write)(const std::string &document)) {
+Outcome runSession(const LineStart &each, bool (*write)(const std::string &document)) {
   Outcome worst = Outcome::Ok;
   while (std::optional<std::string> line = nextLine()) {
     if (line->find_first_not_of(" \t\r") == std::string::npos) continue;
     int32_t status = 0;
-    std::optional<std::string> document = answer(std::move(*line), options, status);
+    std::optional<std::string> document = answer(std::move(*line), each, status);
     if (!document) return worst;
     worst = worseOf(worst, static_cast<Outcome>(status));
     if (!write(*document)) return worseOf(worst, Outcome::Failed);
@@ -74,9 +75,9 @@ Outcome runSession(const LineOptions &options, bool (*write)(const std::string &
   }
   if (interruptedBy() == 0) return worst;
   int32_t status = 0;
-  beginReport(options);
+  beginReport(each.options);
   LineStart start;
-  start.options = options;
+  start.options = each.options;
   write(documentOfCommand(start, {}, status));
   return worseOf(worst, Outcome::Failed);
 }

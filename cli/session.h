@@ -2,14 +2,15 @@
 #ifndef TRX_CLI_SESSION_H
 #define TRX_CLI_SESSION_H
 
-#include "Public/report.h"
+#include "line.h"
 
 namespace trx {
 
 /// Answer every line of standard input with a document, until `exit`, `quit`, its end or an interrupt.
+/// @param each what a line begins with that says nothing else: options, and an adapter
 /// @param write gives a document away. @return whether it could
 /// @return the worst outcome of the lines
-Outcome runSession(const LineOptions &options, bool (*write)(const std::string &document));
+Outcome runSession(const LineStart &each, bool (*write)(const std::string &document));
 
 }  // namespace trx
 

@@ -111,6 +111,11 @@ TEST(Session, AnswersEachLineAndEndsWithTheWorst) {
   EXPECT_THAT(outcomes, ElementsAre("ok0", "usage0", "usage0", "usage0", "ok1", "ok0", "usage0", "ok1", "ok1"));
   EXPECT_EQ(session.status, 2);
   EXPECT_EQ(session.err, "");
+  for (const char *absent : {"7", "4294967296"}) {
+    const Outcome lost = host.cli({absent, "--json"}, "version\n1 version\n");
+    EXPECT_THAT(lost.out, AllOf(StartsWith("{"), MatchesRegex("[^\n]*not_found[^\n]*\n[^\n]*vmhba3[^\n]*\n"))) << absent;
+    EXPECT_EQ(lost.status, 3);
+  }
   // At the prompt they hold for a line; of the shell, for every line.
   EXPECT_THAT(host.cli({}, "--json version\nversion\n--strict 1 info -o pd -i 0\nadapter --list\n").out, AllOf(HasSubstr("> version\nSupport Firmware Version"), HasSubstr("commands: 0\n")));
   const Outcome shell = host.cli({"--dry-run"}, "vd -a delete -i 1\ninfo -o vd -i 1\n--json 1 version\nquit\n");
