@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 
@@ -69,9 +68,8 @@ std::string readText(const std::string &path, bool &exists) {
 }
 
 void replaceFile(const std::string &path, std::span<const std::span<const char>> parts, unsigned mode) {
-  static std::atomic<unsigned> serial{0};
-  // The name is our own, so that two processes never write the same temporary file.
-  std::string temporary = path + "." + std::to_string(getpid()) + "." + std::to_string(++serial) + ".tmp";
+  // One name for all: what a process leaves that is killed here goes with the next one.
+  std::string temporary = path + ".tmp";
   Provisional made(temporary);
   {
     Descriptor file(open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));

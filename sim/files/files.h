@@ -63,7 +63,7 @@ class Provisional {
 std::vector<char> readWhole(const std::string &path, bool &exists);
 std::string readText(const std::string &path, bool &exists);
 /// Writes a temporary file beside `path` and renames it: a reader sees the old or the new content. What
-/// could not be written whole leaves nothing behind.
+/// could not be written whole leaves nothing behind. The caller holds a lock: one writes at a time.
 void replaceFile(const std::string &path, std::span<const std::span<const char>> parts, unsigned mode = 0644);
 void replaceFile(const std::string &path, std::string_view text, unsigned mode = 0644);
 /// Writes into the file that stands at `path`, or at the end of its links, or into a new one. Throws

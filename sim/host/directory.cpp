@@ -145,6 +145,8 @@ std::optional<Millis> standingClock(const std::string &directory) {
 }
 
 void advanceClock(const std::string &directory, Millis by) {
+  Descriptor mark = claim(directory);
+  FileLock lock(mark.get());
   std::optional<Millis> clock = standingClock(directory);
   if (!clock)
     throw HostError(directory + ": the clock of this host is the real one; give its topology a \"clock\"");

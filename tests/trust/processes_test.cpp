@@ -94,6 +94,9 @@ TEST(Processes, ThatAreKilledAnywhereLeaveAWholeState) {
     EXPECT_EQ(count(host.cli({"info", "-o", "ns"}).out, "NS ID:"), 2 * made);
   }
   EXPECT_THAT(host.traffic(), Contains(HasSubstr("cdw12=104e2"))) << "killed before anything was done";
+  host.sim("restart");  // writes all
+  for (const auto &file : std::filesystem::directory_iterator(host.stateDirectory()))
+    EXPECT_NE(file.path().extension(), ".tmp");
   EXPECT_EQ(host.violations(), "");
   EXPECT_EQ(worker(host, {"lock"}).out, "1");
 }
