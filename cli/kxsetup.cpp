@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 #include "Functions/commandTables.h"
 #include "Public/common.h"
@@ -75,11 +76,11 @@ int runInteractive(const LineOptions &options) {
 
 /// A command of our own has the output to itself from the first line on.
 std::optional<int> startUpAside(const char *before) {
-  std::FILE *answer = stream;
-  stream = stderr;
-  auto status = startUp(before);
-  stream = answer;
-  return status;
+  struct Restored {
+    std::FILE *answer = std::exchange(stream, stderr);
+    ~Restored() { stream = answer; }
+  } const restored;
+  return startUp(before);
 }
 
 int runText(const LineStart &start, Tokens words) {
@@ -107,9 +108,10 @@ int runDocument(const LineStart &start, Tokens words) {
   const bool noFile = path && !useDocumentFile(path);
   if (noFile) complainOutput(path, errno);
   if (words.empty() && start.wrong.empty()) {
-    {
+    try {
       const Listening listening(Hearing::Divert);
       startUpAside("");
+    } catch (const LineEnds &) {  // by a signal, which the session tells
     }
     LineStart each;
     each.options = start.options;

@@ -18,17 +18,18 @@ namespace {
 /// left to whoever reads the same input next.
 std::optional<std::string> nextLine() {
   std::string line;
-  for (;;) {
+  while (interruptedBy() == 0) {
     char byte;
     ssize_t count = read(STDIN_FILENO, &byte, 1);
-    if (count < 0 && errno == EINTR && interruptedBy() == 0) continue;
+    if (count < 0 && errno == EINTR) continue;
     if (count <= 0) {
-      if (line.empty() || interruptedBy() != 0) return std::nullopt;
+      if (line.empty()) return std::nullopt;
       return line;
     }
     if (byte == '\n') return line;
     line += byte;
   }
+  return std::nullopt;
 }
 
 /// A line that cannot be taken apart: a document that says why.

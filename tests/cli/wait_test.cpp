@@ -213,6 +213,12 @@ TEST(Interrupt, EndsWhatTakesLongAndTheFirmwareStays) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
     EXPECT_THAT(running.out(), HasSubstr(row.told));
   }
+  host.sim("fault add op=6 delay=900");
+  Running session(host, {"--json"});
+  usleep(300000);
+  session.signal(SIGTERM);
+  EXPECT_EQ(session.end(), 5) << "while it starts";
+  EXPECT_THAT(session.out(), HasSubstr(document));
   EXPECT_THAT(host.cli({"flash", "-o", "hba", "-q", "firmware"}).out, HasSubstr("Next Active Slot: 0\n"));
   for (const std::string &request : host.traffic())
     EXPECT_THAT(request, Not(HasSubstr("op=10 "))) << "a commit";
