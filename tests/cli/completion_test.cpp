@@ -80,7 +80,8 @@ TEST(Completion, OffersTheObjectsThatAreThere) {
   EXPECT_EQ(offered("rebuild -i "), "0 2 3");
   forgetPresentIds();
   session.requests();
-  ASSERT_EQ(session.host().sim("fault", {"add", "op=e2", "group=e2", "sub=0", "nth=2", "platform=5"}).status, 0);
+  ASSERT_EQ(session.host().sim("fault", {"add", "op=e2", "group=e2", "sub=0", "nth=2", "platform=5"}).status,
+            0);
   Capture out(1), err(2);
   dbg_enable = true;
   EXPECT_EQ(offered("rebuild -i "), "0");

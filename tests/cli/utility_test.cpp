@@ -26,7 +26,9 @@ TEST(Utility, PowerCutsArgumentsTo8BitsAndTheResultTo32) {
     for (uint32_t exponent = 0; exponent < 256; ++exponent) {
       const double power = std::pow(base, exponent);
       const uint32_t low = power < 0x1p53 ? static_cast<uint32_t>(static_cast<uint64_t>(power)) : 0;
-      if (power < 0x1p53 || power > 0x1p63) { ASSERT_EQ(trx::pow_nvme(base, exponent), low) << base << "^" << exponent; }
+      if (power < 0x1p53 || power > 0x1p63) {
+        ASSERT_EQ(trx::pow_nvme(base, exponent), low) << base << "^" << exponent;
+      }
     }
   }
 }
