@@ -92,6 +92,7 @@ TEST(StorageDocuments, TellWhatBecameOfNamespaces) {
     // The table of namespaces counts for those who need it.
     {"!fault add op=e2 group=e5 sub=0 count=2 nvme=6", ""}, {"ns -p ctrl", "ok", R"({"primary_controller_id": 0})", "www"},
     {"ns -a attach -e 7472580000000004 -d 0", "refused", "{}", "wwwe"}, {"ns -x", "usage"}, {"ns", "usage"},
+    {"!fault add op=e2 group=e5 sub=0 nth=2 nvme=6", ""}, {"1 ns -a init -i 3 -n 1", "ok", R"({"namespaces": null})", "iwww"},
   });
 }
 
@@ -142,6 +143,21 @@ TEST(StorageDocuments, ShowAnUpdateInsteadOfSendingIt) {
   const json raw = documentOfLine(session, "--dry-run " + hba), disk = documentOfLine(session, "--dry-run " + pd);
   EXPECT_TRUE(holds(raw["data"], json::parse(R"({"would_send": [{"image_bytes": 8192, "segment_count": 2}, {"function": "Activate raw firmware image"}, {"function": "Firmware Commit"}]})"))) << raw;
   EXPECT_TRUE(holds(disk["data"], json::parse(R"({"would_send": [{"segment_count": 2}, {"function": "Firmware Commit of disk"}]})"))) << disk;
+  Words words = wordsOf(session.host().placed("--dry-run " + pd));
+  EXPECT_EQ(session.host().cli(words).out, R"(Would send to vmhba2: Firmware Image Download to disk
+CDW[0] : 0x000000c3
+CDW[1] : 0x00000002
+CDW[10]: 0x000003ff
+CDW[14]: 0x00000011
+Image: 8192 bytes in 2 pieces, of which this is the first
+Data: 4096 bytes: 54 52 58 49 4d 41 47 45 01 00 00 00 00 00 01 00 ...
+Would send to vmhba2: Firmware Commit of disk
+CDW[0] : 0x000000c3
+CDW[1] : 0x00000002
+CDW[10]: 0x0000000a
+CDW[14]: 0x00000010
+Dry run: nothing was sent.
+)");
   for (const char *line : {"--dry-run flash -o hba -i 7 -f @i -s 1 -c 1", "--expect device=vmhba9 flash -o hba -f @i -s 1 -c 1", "--expect serial=x flash -o pd -i 2 -f @i -s 2 -c 1"})
     EXPECT_EQ(documentOfLine(session, line)["outcome"], line[2] == 'd' ? "not_found" : "guarded") << line;
   EXPECT_EQ(session.host().sim("show").out, before);

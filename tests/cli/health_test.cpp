@@ -43,6 +43,10 @@ TEST(Health, TellsTheStateAndWhatHelps) {
       {"frozen", "op=e2 group=e0 adapter=vmhba3 nth=2 nvme=6", "--strict 1 health", 3, "UNKNOWN: vmhba3 could not be read: Internal Error\nUNKNOWN: vmhba3 could not be read: Internal Error\n"},
       {"frozen", "op=c2 nth=3 platform=5", "0 health", 2, std::string("CRITICAL: ") + kLogs + " (and 2 more)\nCRITICAL: " + kLogs +
        "\nUNKNOWN: vmhba2 PD 1: its SMART log could not be read: Input/output error\n" + kOld},
+      {"frozen", "op=c2 nth=15 nvme=6", "0 health", 2, std::string("CRITICAL: vmhba2 VD 1 \"logs\" degraded, 1 of 2 members missing (and 2 more)\n"
+       "CRITICAL: vmhba2 VD 1 \"logs\" degraded, 1 of 2 members missing\nUNKNOWN: vmhba2 PD 7: its SMART log could not be read: Internal Error\n") + kOld},
+      {"lab", "op=6 adapter=vmhba3 platform=5", "health", 3, std::string("UNKNOWN: An NVMe adapter of this host did not answer: Input/output error (and 1 more)\n"
+       "UNKNOWN: An NVMe adapter of this host did not answer: Input/output error\nWARNING: ") + kLab + "\n"},
       {"frozen", "op=e2 group=e1 nth=3 status=6", "1 health", 0, "OK: 1 NVMe Controller, 3 PDs, 0 VDs\n"},
       {"unsupported", "", "health", 3, "UNKNOWN: No NVMe Controller is found\n"},
       // A line that is wrong in itself.
@@ -65,7 +69,7 @@ TEST(Health, TellsTheStateAndWhatHelps) {
 }
 
 constexpr char kSick[] = R"({"clock": 1720000000, "adapters": [{"rate": 0, "disks": [
-  {"sizeGiB": 9, "serial": "A|\"B", "failed": true}, {"sizeGiB": 9, "serial": "B", "smart": {"criticalWarning": 13, "availableSpare": 3}},
+  {"sizeGiB": 9, "serial": "A|\"\u0007B", "failed": true}, {"sizeGiB": 9, "serial": "B", "smart": {"criticalWarning": 13, "availableSpare": 3}},
   {"sizeGiB": 9, "serial": "C", "smart": {"temperatureKelvin": 344, "percentageUsed": 91, "mediaErrors": 1}},
   {"sizeGiB": 9, "serial": "D", "smart": {"temperatureKelvin": 0, "percentageUsed": 90, "mediaErrors": 2}}, {"sizeGiB": 8, "serial": "E"}],
   "volumes": [{"name": "a|b", "raid": "RAID1", "members": [2, null]}, {"raid": "JBOD", "members": [3], "name": "odd", "status": "STATUS"}]}]})";
@@ -87,10 +91,46 @@ TEST(Health, KnowsEveryStateOfDisksAndVolumes) {
     const bool critical = row.line[0] == 'C';
     const std::string first = "CRITICAL: vmhba2 VD 0 \"a/b\" degraded, 1 of 2 members missing; no free PD is large enough";
     EXPECT_EQ(withoutPerformance(told.out), first + " (and " + std::to_string(*row.line ? 9 : 8) + " more)\n" + first + "\n" + (critical ? row.line : "") +
-        "CRITICAL: vmhba2 PD 0 \"A/\"B\" failed; replace it\nCRITICAL: vmhba2 PD 1 \"B\" spare 3%, below its threshold of 10%\n"
+        "CRITICAL: vmhba2 PD 0 \"A/\"?B\" failed; replace it\nCRITICAL: vmhba2 PD 1 \"B\" spare 3%, below its threshold of 10%\n"
         "CRITICAL: vmhba2 PD 1 \"B\" SMART critical warning: reliability, read only\nCRITICAL: vmhba2 PD 2 \"C\" temperature 71 C, above 70 C\nCRITICAL: vmhba2 PD 2 \"C\" wear 91%, above 90%\n" +
         (critical ? "" : row.line) + "WARNING: vmhba2 PD 2 \"C\" 1 media error\nWARNING: vmhba2 PD 3 \"D\" wear 90%, above 80%\nWARNING: vmhba2 PD 3 \"D\" 2 media errors\n");
   }
+}
+
+constexpr char kMending[] = R"({"clock": 1720000000, "adapters": [{"rate": 0, "disks": [{"sizeGiB": 9}, {"sizeGiB": 9}, {"sizeGiB": 80, "sectorSize": 4096}, {"sizeGiB": 30}, {"sizeGiB": 20},
+  {"sizeGiB": 9}, {"sizeGiB": 9, "smart": {"availableSpare": 10}}, {"sizeGiB": 9, "smart": {"criticalWarning": 1}}, {"sizeGiB": 9}, {"sizeGiB": 9}],
+  "volumes": [{"name": "few", "raid": "RAID1", "members": [0, null]}, {"name": "half", "raid": "RAID1", "members": [1, 5], "activity": {"type": "rebuild", "percent": 40, "slot": 1, "paused": true}},
+    {"name": "gone", "raid": "RAID0", "members": [6, null]}, {"name": "more", "raid": "RAID1", "members": [8, 9], "activity": {"type": "rebuild", "percent": 60, "slot": 1}}]},
+  {"mode": "jbof", "rate": 0, "disks": [{"sizeGiB": 9}]}]})";
+
+TEST(Health, TellsWhatMendsAndHowFarItIs) {
+  const SimHost place("empty");
+  const std::string file = place.placed("@mending.json"), one = "vmhba3 PD 0 \"HX1S10000\" temperature 35 C, above 34 C\n", all = R"(CRITICAL: vmhba2 VD 0 "few" degraded, 1 of 2 members missing; PD 4 is free and large enough (and 4 more)
+CRITICAL: vmhba2 VD 0 "few" degraded, 1 of 2 members missing; PD 4 is free and large enough
+CRITICAL: vmhba2 VD 2 "gone" offline, 1 of 2 members missing; put them back
+CRITICAL: vmhba2 PD 7 "HX1S10007" SMART critical warning: spare
+WARNING: vmhba2 VD 1 "half" rebuilding, paused at 40%
+WARNING: vmhba2 VD 3 "more" rebuilding, 60% done
+)";
+  std::ofstream(file) << kMending;
+  SimHost host(file);
+  EXPECT_EQ(withoutPerformance(host.cli({"health"}).out), all);
+  EXPECT_EQ(host.cli({"1", "health"}).out, "OK: 1 NVMe Controller, 1 PD, 0 VDs | vmhba3_pd0_temperature=35;60;70 vmhba3_pd0_wear=0%;80;90\n");
+  EXPECT_EQ(withoutPerformance(host.cli(wordsOf("1 health -c temperature=34")).out), "CRITICAL: " + one + "CRITICAL: " + one);
+  EXPECT_EQ(withoutPerformance(host.cli(wordsOf("1 health -w temperature=34 -c temperature=35")).out), "WARNING: " + one + "WARNING: " + one);
+  EXPECT_EQ(host.cli(wordsOf("wait -t 0")).out, "VD 1: Rebuilding 40%, paused\nVD 3: Rebuilding 60%\nVD 1: Rebuilding has not ended.\nVD 3: Rebuilding has not ended.\n");
+  EXPECT_THAT(host.cli({"metrics"}).out, HasSubstr("progress_ratio{adapter=\"0\",volume=\"1\",kind=\"rebuilding\",state=\"pause\"} 0.4\n"));
+  // The same where users count from 1.
+  auto oneBased = [&](const std::string &line) {
+    Words words = wordsOf(line);
+    words.insert(words.begin(), TRX_ONE_BASED_PATH);
+    return runProgram(host.runWords(words)).out;
+  };
+  EXPECT_THAT(oneBased("1 health"), AllOf(HasSubstr("vmhba2 VD 1 \"few\" degraded, 1 of 2 members missing; PD 5 is free"), HasSubstr(" vmhba2_pd10_wear=")));
+  EXPECT_THAT(oneBased("--json 2 health"), AllOf(HasSubstr("\"adapter\":{\"id\":2,\"device\":\"vmhba3\"}"), HasSubstr("\"vmhba3_pd1_wear\"")));
+  EXPECT_THAT(oneBased("2 metrics"), HasSubstr("\ntrx_disk_size_bytes{adapter=\"2\",disk=\"1\"} 9663676416\n"));
+  EXPECT_THAT(oneBased("wait -o vd -i 2 -t 0"), StartsWith("VD 2: Rebuilding 40%, paused\n"));
+  EXPECT_THAT(oneBased("--dry-run vd -a delete -i 1"), HasSubstr("\nLoss: VD 1 \"few\" of "));
 }
 
 TEST(Health, TellsDocumentsOfOutcomesAndAsksNothingTwice) {
@@ -104,6 +144,7 @@ TEST(Health, TellsDocumentsOfOutcomesAndAsksNothingTwice) {
   const Words sent = host.traffic();
   // But for what the start asks when it looks for controllers.
   EXPECT_EQ(sent.size(), std::set(sent.begin(), sent.end()).size() + 2U);
+  EXPECT_EQ(sent.size(), 109U) << "no id beyond the last is asked for";
   host.sim("fault add op=c2 nvme=6");
   const auto partial = nlohmann::json::parse(host.cli({"--json", "1", "health"}).out);
   EXPECT_EQ(partial["outcome"], "partial");
@@ -118,6 +159,7 @@ TEST(Health, WarnsOfFirmwareThatWaits) {
   runProgram({TRX_SIM_PATH, "image", image, "--version", "1.3.0.1040"});
   host.cli({"flash", "-o", "hba", "-f", image, "-s", "2", "-c", "1"});
   constexpr char kWaits[] = "WARNING: vmhba2 firmware in slot 2 waits for a reset\n";
+  EXPECT_NE(host.cli({"--json", "health"}).out.find("\"object\":\"adapter\",\"id\":0,"), std::string::npos);
   EXPECT_EQ(host.cli({"health"}).out, std::string(kWaits) + kWaits);
   EXPECT_THAT(host.cli({"metrics"}).out, HasSubstr("\ntrx_adapter_firmware_pending{adapter=\"0\"} 1\n"));
 }
@@ -128,7 +170,7 @@ TEST(Metrics, TellWhatHealthLooksAt) {
   std::ofstream(file) << std::regex_replace(kSick, std::regex("STATUS"), "foreign");
   SimHost sick(file), frozen("frozen");
   const std::string page = sick.cli({"metrics"}).out;
-  for (const char *line : {"trx_up 1", "trx_disk_info{adapter=\"0\",disk=\"0\",model=\"Halden HX1 NVMe SSD\",serial=\"A|\\\"B\",firmware=\"HX10A02\"} 1", "trx_disk_state{adapter=\"0\",disk=\"0\",state=\"fail\"} 1",
+  for (const char *line : {"trx_up 1", "trx_disk_info{adapter=\"0\",disk=\"0\",model=\"Halden HX1 NVMe SSD\",serial=\"A|\\\"\xEF\xBF\xBD" "B\",firmware=\"HX10A02\"} 1", "trx_disk_state{adapter=\"0\",disk=\"0\",state=\"fail\"} 1",
                            "trx_disk_critical_warning{adapter=\"0\",disk=\"1\",warning=\"read only\"} 1", "trx_disk_critical_warning{adapter=\"0\",disk=\"1\",warning=\"temperature\"} 0",
                            "trx_disk_temperature_celsius{adapter=\"0\",disk=\"2\"} 71", "trx_disk_wear_ratio{adapter=\"0\",disk=\"2\"} 0.91", "trx_disk_media_errors_total{adapter=\"0\",disk=\"3\"} 2",
                            "trx_disk_size_bytes{adapter=\"0\",disk=\"4\"} 8589934592", "trx_volume_state{adapter=\"0\",volume=\"1\",state=\"foreign\"} 1", "trx_volume_missing_members{adapter=\"0\",volume=\"0\"} 1"})

@@ -11,7 +11,10 @@
 
 #include "CliSession.h"
 #include "Functions/changes/guard.h"
+#include "Functions/changes/objects.h"
 #include "Functions/changes/requests.h"
+#include "Public/common.h"
+#include "Public/report.h"
 
 namespace trx::test {
 namespace {
@@ -63,6 +66,7 @@ TEST(Line, IsADocumentWhateverHappens) {
     {{"--json", "--expect", "name=logs,serial=x", "rebuild", "-i", "1", "-d", "7"}, 6, "/data/found", json{{{"object", "PD 7"}, {"key", "serial"}, {"expected", "x"}, {"value", "NS3-00533"}}}}, {{"--json", "--expect", "name=logs,nam=x", "rebuild", "-i", "1", "-d", "7"}, 2, "/messages/0/text", "trx_cli: --expect: VD 1 has no nam"},
     {{"--json", "--expect", "size_bytes=1920383320064,importable=false", "--dry-run", "mp", "-i", "1"}, 0, "/outcome", "ok"}, {{"--json", "--expect", "name=x", "vd", "-a", "delete", "-i", "9"}, 3, "/outcome", "not_found"},
     {{"--json", "info", "-o", "vd", "-i", "1"}, 0, "/data/virtual_disks/0/name", "logs"},
+    {{"--json", "version", "-output", "/none/x"}, 5, "/command", {"version"}},
   });
   EXPECT_EQ(host.violations(), "");
   // A listing without one of its objects is partial; without all of them it failed as they did.
@@ -82,13 +86,18 @@ TEST(Line, IsADocumentWhateverHappens) {
 }
 
 TEST(Line, EndsAsItsOutcome) {
-  SimHost host, none("empty");
+  SimHost host, none("unsupported");
   const std::vector<std::pair<Words, int>> rows = {
     {{"--strict", "vd", "-a"}, 2}, {{"--strict", "info", "-o", "vd", "-i", "60"}, 3}, {{"info", "-o", "vd", "-i", "60"}, 0}, {{"--strict", "spi", "-t", "write"}, 1},
     {{"--dry-run", "vd", "-a", "delete", "-i", "1"}, 0}, {{"--dry-run", "vd", "-a", "delete", "-i", "9"}, 3}, {{"--dry-run", "ns", "-a", "detach", "-i", "9", "-d", "0"}, 3}, {{"--dry-run", "vd", "-a", "x"}, 0}, {{"--strict", "--dry-run", "vd", "-a", "x"}, 2}, {{"--expect", "name=x", "vd", "-a", "delete", "-i", "1"}, 6},
     {{"--expect", "x=1", "version"}, 2}, {{"--expect"}, 2}, {{"--json=x"}, 1}, {{"--d"}, 0}, {{"--strict", "9", "version"}, 3},
   };
   for (const auto &[words, status] : rows) EXPECT_EQ(host.cli(words).status, status) << PrintToString(words);
+  // Where there is no controller, a line that asks for one is told from one that is wrong in itself, and from one that asks nobody.
+  const std::pair<const char *, int> alone[] = {
+    {"info -o vd", 3}, {"vd -a x", 2}, {"vd -h", 0}, {"bogus", 2}, {"wait -i 0", 2}, {"hotkey", 0}, {"gen -t createns --nsze=1", 0}, {"? vd", 0}, {"--debug -a enable", 0}, {"flash -o hba -f /none -s 2 -c 1", 3},
+  };
+  for (const auto &[line, status] : alone) EXPECT_EQ(none.cli(wordsOf(std::string("--strict ") + line)).status, status) << line;
   // The text of a strict line is that of a plain one.
   for (const char *line : {"info -o vd -i 60", "vd -a delete -i 9", "bogus", "event -c 2", "adapter -s x"}) {
     Words plain = wordsOf(line), strict = plain;
@@ -118,8 +127,10 @@ TEST(Session, AnswersEachLineAndEndsWithTheWorst) {
   }
   // At the prompt they hold for a line; of the shell, for every line.
   EXPECT_THAT(host.cli({}, "--json version\nversion\n--strict 1 info -o pd -i 0\nadapter --list\n").out, AllOf(HasSubstr("> version\nSupport Firmware Version"), HasSubstr("commands: 0\n")));
-  const Outcome shell = host.cli({"--dry-run"}, "vd -a delete -i 1\ninfo -o vd -i 1\n--json 1 version\nquit\n");
-  EXPECT_THAT(shell.out, AllOf(HasSubstr("Dry run: nothing was sent.\n"), HasSubstr("Name:                logs"), HasSubstr("{\"id\":1,\"device\":\"vmhba3\"}")));
+  const Outcome shell = host.cli({"--dry-run"}, "vd -a delete -i 1\ninfo -o vd -i 1\n--json 1 version\nsmart -i 30\nquit\n");
+  EXPECT_THAT(shell.out, AllOf(HasSubstr("Dry run: nothing was sent.\n"), HasSubstr("Name:                logs"), HasSubstr("{\"id\":1,\"device\":\"vmhba3\"}"), HasSubstr("NVMEDevice_sendCommand Failed")));
+  EXPECT_THAT(host.cli({"--json"}, "version").out, HasSubstr("\"outcome\":\"ok\"")) << "a last line without its end";
+  EXPECT_EQ(runProgram(host.runWords({"sh", "-c", TRX_CLI_PATH " --json >/dev/full"}), "version\n").status, 5);
 }
 
 TEST(Document, ArrivesWholeOrNotAtAll) {
@@ -138,6 +149,30 @@ TEST(Document, ArrivesWholeOrNotAtAll) {
   EXPECT_EQ(shell("(" + program + " --json info -o vd; echo $? >" + file + ") | true").status, 0);
   EXPECT_EQ(shell("ulimit -f 0; " + program + " --json version -output " + file + ".small").status, 5);
   EXPECT_EQ(readFile(file + ".small"), "");
+}
+
+std::string gObjects;  ///< of the first request of a line that changes something
+
+TEST(Changes, AreAboutTheirObjects) {
+  CliSession session;
+  gBeforeSend = [](const Wire &wire) {
+    if (!changesSomething(wire)) return;
+    for (const Target &target : rowOf(wire)->targets(wire)) gObjects += nameOf(target) + " ";
+    throw LineEnds{};
+  };
+  const struct { int adapter; const char *line, *objects; } rows[] = {
+    {0, "import -l 3", "VD 3 "}, {0, "init -i 2", "VD 2 "}, {0, "init -a stop -i 1", "VD 1 "}, {0, "mp -i 2", "VD 2 "}, {0, "rebuild -a start -i 1 -d 7", "VD 1 PD 7 "},
+    {0, "vd -a create -r 5 -d 3,4,7", "PD 3 PD 4 PD 7 "}, {0, "vd -a delete -i 2", "VD 2 "}, {0, "reset -i 4 -t device", "PD 4 "}, {0, "reset -i 1 -t power -a on", "NVMe Controller 0 "},
+    {0, "ns -a share -i 2 -s yes", "NS 2 "}, {0, "ns -a attach -i 3 -d 0", "NS 3 "}, {0, "ns -a detach -i 4 -d 0", "NS 4 "}, {0, "ns -a create -i 3 -c 0 -l 1", "VD 3 "}, {1, "ns -a create -i 1 -c 0 -l 1", "PD 1 "},
+    {1, "ns -a init -i 2 -n 2", "PD 2 "}, {1, "kxf -a on", "NVMe Controller 1 "}, {0, "passthru -i 5 -o 0x80 -r read", "PD 5 "},
+  };
+  for (const auto &row : rows) {
+    gCurrentAdapter = static_cast<uint8_t>(row.adapter);
+    gObjects.clear();
+    EXPECT_THROW(session.run(row.line), LineEnds) << row.line;
+    EXPECT_EQ(gObjects, row.objects) << row.line;
+  }
+  gBeforeSend = nullptr;
 }
 
 TEST(Changes, AreToldFromReadings) {

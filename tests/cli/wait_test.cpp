@@ -12,7 +12,10 @@
 #include <sstream>
 
 #include "CliSession.h"
+#include "Functions/monitor/progress.h"
 #include "Functions/monitor/ring.h"
+#include "Functions/monitor/sight.h"
+#include "Public/interrupt.h"
 
 extern char **environ;
 
@@ -85,6 +88,11 @@ TEST(Wait, LooksOnce) {
     EXPECT_EQ(outcome.status, status) << line;
   }
   EXPECT_THAT(host.cli({"--json"}, "watch\n").out, HasSubstr("\"outcome\":\"usage\""));
+  for (const auto &[line, requests] : {std::pair("wait -o vd", 30U), {"wait -o pd", 52U}, {"wait -o vd -i 1", 22U}}) {
+    host.traffic();
+    host.cli(wordsOf(std::string(line) + " -t 0"));
+    EXPECT_EQ(host.traffic().size(), requests) << line << ": no id beyond the last is asked for";
+  }
   const SimHost none("unsupported");
   for (const char *word : {"wait", "watch"}) {
     const Outcome outcome = runProgram(none.runWords({TRX_CLI_PATH, word}));
@@ -94,21 +102,32 @@ TEST(Wait, LooksOnce) {
 }
 
 TEST(Wait, TellsHowItEnded) {
-  const struct { const char *what, *result; int status; } rows[] = {
-      {"!advance 300", "completed", 0}, {"init -a stop -i 0", "aborted", 1}, {"vd -a delete -i 0", "vanished", 3},
-      {"!pull 0", "aborted", 1}, {"!fault add count=999 platform=5", "running", 5}};
+  const struct { const char *before, *what, *result; int status; } rows[] = {
+      {"", "!advance 300", "completed", 0}, {"", "init -a stop -i 0", "aborted", 1}, {"", "vd -a delete -i 0", "vanished", 3}, {"", "!pull 0", "aborted", 1}, {"", "!fault add count=999 platform=5", "running", 5},
+      // What was aborted before is no reason, and without the journal the object itself tells.
+      {"init -a stop -i 0;init -i 0", "!advance 300", "completed", 0}, {"!fault add op=e2 group=fe nvme=6", "!pull 0", "worse", 1},
+      {"", "!fault add op=e2 group=e2 count=2 platform=5;!advance 300", "completed", 0}};
+  auto happens = [](SimHost &host, const char *events) {
+    std::istringstream each(events);
+    for (std::string what; std::getline(each, what, ';');) what[0] == '!' ? host.sim(what.substr(1)) : host.cli(wordsOf(what), "y\n");
+  };
   std::vector<std::unique_ptr<SimHost>> hosts;
   std::vector<std::unique_ptr<Running>> waiting;
   for (size_t i = 0; i < std::size(rows); ++i) {
     SimHost &host = *hosts.emplace_back(std::make_unique<SimHost>("clockwork"));
+    happens(host, rows[i].before);
     waiting.push_back(std::make_unique<Running>(host, Words{"--json", "wait", "-o", "vd"}));
   }
-  sleep(1);
+  SimHost plain("clockwork");
+  const Running text(plain, {"wait"});
+  sleep(2);
   for (size_t i = 0; i < std::size(rows); ++i) {
-    const std::string what = rows[i].what;
-    what[0] == '!' ? hosts[i]->sim(what.substr(1)) : hosts[i]->cli(wordsOf(what), "y\n");
-    if (what == "!pull 0") hosts[i]->sim("advance 300");
+    happens(*hosts[i], rows[i].what);
+    if (rows[i].what == std::string("!pull 0")) hosts[i]->sim("advance 300");
   }
+  plain.sim("advance 300");
+  text.await("\nVD 0: Initializing has completed.\n");
+  EXPECT_THAT(text.out(), MatchesRegex("VD 0: Initializing 0%\n(VD 0: Initializing 1%\n)?VD 0: Initializing has completed.\n"));
   for (size_t i = 0; i < std::size(rows); ++i) {
     EXPECT_EQ(waiting[i]->end(), rows[i].status) << rows[i].what;
     const std::string out = waiting[i]->out();
@@ -117,6 +136,38 @@ TEST(Wait, TellsHowItEnded) {
     EXPECT_EQ(activity["object"], (Json{{"kind", "virtual_disk"}, {"id", 0}}));
     EXPECT_EQ(activity["result"], rows[i].result) << document;
   }
+}
+
+TEST(Wait, DrawsHowFarItIs) {
+  const auto running = [](int percent) { return Sight{true, 0, 0, TRX_NVME_BGA_TYPE_VD_REBUILD, TRX_NVME_BGA_STATUS_RUNNING, percent}; };
+  const Subject volume{Subject::Kind::Volume, 1};
+  Sight paused = running(99), vague = running(0);
+  paused.state = TRX_NVME_BGA_STATUS_PAUSE;
+  vague.percent.reset();
+  const struct { Sight sight; double rate; size_t others; const char *bar; } rows[] = {
+      {running(40), 0.5, 0, "VD 1: Rebuilding 40% [========>           ] 0.5%/s, 0:02:00 left"}, {running(0), 0, 1, "VD 1: Rebuilding 0% [>                   ], and 1 more"},
+      {running(97), 0.00078, 0, "VD 1: Rebuilding 97% [===================>] 0.00078%/s, 1:04:07 left"}, {running(100), 3, 0, "VD 1: Rebuilding 100% [====================] 3%/s, 0:00:00 left"},
+      {paused, 1, 2, "VD 1: Rebuilding 99%, paused [===================>], and 2 more"}, {vague, 1, 0, "VD 1: Rebuilding"}};
+  for (const auto &row : rows) EXPECT_EQ(progressBar(volume, row.sight, row.rate, row.others), row.bar);
+  EXPECT_EQ(outputOf([] { for (const char *bar : {"abc", "d", "efgh", ""}) drawBar(bar); }), "\rabc\rd  \refgh\r    \r");
+  EXPECT_EQ(outputOf([] { drawBar(std::string(99, 'x')); }), "\r" + std::string(79, 'x'));
+}
+
+TEST(Interrupt, SleepsAsLongAsItIsTold) {
+  for (long span : {0, 30, 250, 1150}) {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(sleepMilliseconds(span));
+    const long slept = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin).count();
+    EXPECT_THAT(slept, AllOf(Ge(span), Lt(span + 150)));
+  }
+}
+
+TEST(Wait, KnowsWhomAMessageMeans) {
+  constexpr auto kVolume = Subject::Kind::Volume, kDisk = Subject::Kind::Disk;
+  const struct { Subject subject; const char *message; bool meant; } rows[] = {
+      {{kVolume, 1}, "rebuild on virtual disk 1 aborted", true}, {{kVolume, 1}, "virtual disk 1", true}, {{kVolume, 1}, "init on virtual disk 12 aborted", false}, {{kVolume, 12}, "init on virtual disk 1 aborted", false},
+      {{kVolume, 12}, "Virtual disk 12 failed", true}, {{kDisk, 1}, "virtual disk 1 failed", false}, {{kDisk, 1}, "Physical disk 1 failed", true}};
+  for (const auto &row : rows) EXPECT_EQ(row.subject.isMeantBy(row.message), row.meant) << row.message;
 }
 
 std::vector<TRX_U32> follow(Follower &follower, std::vector<TRX_U32> ordinals) {
@@ -175,6 +226,9 @@ TEST(Watch, KeepsUpWithAWriterOrSaysWhatItLost) {
     watch->signal(SIGTERM);
     EXPECT_EQ(watch->end(), 0);
   }
+  Running told(session.host(), {"watch", "-s", "1"});
+  told.await(" Auto-rebuild has been enabled\n");
+  EXPECT_THAT(told.out(), ContainsRegex("^[0-9]+ events were lost: the journal was written over before it was read.\n[0-9]+  [-0-9]+ [0-9:]+  Background "));
   EXPECT_LT(lostBy(early), 1200);
   EXPECT_GE(lostBy(late), 1000);
 }
