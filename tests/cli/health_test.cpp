@@ -118,7 +118,7 @@ WARNING: vmhba2 VD 3 "more" rebuilding, 60% done
   EXPECT_EQ(host.cli({"1", "health"}).out, "OK: 1 NVMe Controller, 1 PD, 0 VDs | vmhba3_pd0_temperature=35;60;70 vmhba3_pd0_wear=0%;80;90\n");
   EXPECT_EQ(withoutPerformance(host.cli(wordsOf("1 health -c temperature=34")).out), "CRITICAL: " + one + "CRITICAL: " + one);
   EXPECT_EQ(withoutPerformance(host.cli(wordsOf("1 health -w temperature=34 -c temperature=35")).out), "WARNING: " + one + "WARNING: " + one);
-  EXPECT_EQ(host.cli(wordsOf("wait -t 0")).out, "VD 1: Rebuilding 40%, paused\nVD 3: Rebuilding 60%\nVD 1: Rebuilding has not ended.\nVD 3: Rebuilding has not ended.\n");
+  EXPECT_EQ(host.cli(wordsOf("wait -t 0")).out, "VD 1: Rebuilding 40%, paused\nVD 3: Rebuilding 60%\nVD 1: Rebuilding has not ended, 40% done.\nVD 3: Rebuilding has not ended, 60% done.\n");
   EXPECT_THAT(host.cli({"metrics"}).out, HasSubstr("progress_ratio{adapter=\"0\",volume=\"1\",kind=\"rebuilding\",state=\"pause\"} 0.4\n"));
   // The same where users count from 1.
   auto oneBased = [&](const std::string &line) {
