@@ -69,6 +69,7 @@ void expectFacts(const std::vector<Fact> &rows) {
 TEST(StorageDocuments, TellWhatBecameOfVolumes) {
   expectFacts({
     {"vd -a delete -i 2", "ok", R"({"virtual_disk": {"id": 2, "name": "scratch", "namespaces": [4]}})", "i"},
+    {"!fault add op=e2 group=e2 sub=0 status=7", ""},  // VD 0 comes out of nowhere, and is not the one
     {"vd -a create -r 0 -d 3,4 -n 2", "ok", R"({"virtual_disk": {"id": 2, "name": "VD2", "namespaces": [4, 5], "activity": null},
       "namespaces": [{"id": 4, "virtual_disk": 2, "size_bytes": 800165986304}, {"id": 5, "eui64": "7472580000000006"}]})", "i"},
     {"vd -a create -r 0 -d 3,4", "refused", "{}", "eee"}, {"vd -a delete -i 7", "not_found", R"({"virtual_disk": {"id": 7}})", "eee"},

@@ -7,7 +7,8 @@
 #include <regex>
 #include <set>
 
-#include "SimHost.h"
+#include "CliSession.h"
+#include "Public/common.h"
 
 namespace trx::test {
 namespace {
@@ -69,7 +70,7 @@ TEST(Health, TellsTheStateAndWhatHelps) {
 }
 
 constexpr char kSick[] = R"({"clock": 1720000000, "adapters": [{"rate": 0, "disks": [
-  {"sizeGiB": 9, "serial": "A|\"\u0007B", "failed": true}, {"sizeGiB": 9, "serial": "B", "smart": {"criticalWarning": 13, "availableSpare": 3}},
+  {"sizeGiB": 9, "serial": "A|\"\u0007B", "failed": true}, {"sizeGiB": 9, "serial": "B", "smart": {"criticalWarning": 77, "availableSpare": 3}},
   {"sizeGiB": 9, "serial": "C", "smart": {"temperatureKelvin": 344, "percentageUsed": 91, "mediaErrors": 1}},
   {"sizeGiB": 9, "serial": "D", "smart": {"temperatureKelvin": 0, "percentageUsed": 90, "mediaErrors": 2}}, {"sizeGiB": 8, "serial": "E"}],
   "volumes": [{"name": "a|b", "raid": "RAID1", "members": [2, null]}, {"raid": "JBOD", "members": [3], "name": "odd", "status": "STATUS"}]}]})";
@@ -92,7 +93,7 @@ TEST(Health, KnowsEveryStateOfDisksAndVolumes) {
     const std::string first = "CRITICAL: vmhba2 VD 0 \"a/b\" degraded, 1 of 2 members missing; no free PD is large enough";
     EXPECT_EQ(withoutPerformance(told.out), first + " (and " + std::to_string(*row.line ? 9 : 8) + " more)\n" + first + "\n" + (critical ? row.line : "") +
         "CRITICAL: vmhba2 PD 0 \"A/\"?B\" failed; replace it\nCRITICAL: vmhba2 PD 1 \"B\" spare 3%, below its threshold of 10%\n"
-        "CRITICAL: vmhba2 PD 1 \"B\" SMART critical warning: reliability, read only\nCRITICAL: vmhba2 PD 2 \"C\" temperature 71 C, above 70 C\nCRITICAL: vmhba2 PD 2 \"C\" wear 91%, above 90%\n" +
+        "CRITICAL: vmhba2 PD 1 \"B\" SMART critical warning: reliability, read only, bit 6\nCRITICAL: vmhba2 PD 2 \"C\" temperature 71 C, above 70 C\nCRITICAL: vmhba2 PD 2 \"C\" wear 91%, above 90%\n" +
         (critical ? "" : row.line) + "WARNING: vmhba2 PD 2 \"C\" 1 media error\nWARNING: vmhba2 PD 3 \"D\" wear 90%, above 80%\nWARNING: vmhba2 PD 3 \"D\" 2 media errors\n");
   }
 }
@@ -162,6 +163,26 @@ TEST(Health, WarnsOfFirmwareThatWaits) {
   EXPECT_NE(host.cli({"--json", "health"}).out.find("\"object\":\"adapter\",\"id\":0,"), std::string::npos);
   EXPECT_EQ(host.cli({"health"}).out, std::string(kWaits) + kWaits);
   EXPECT_THAT(host.cli({"metrics"}).out, HasSubstr("\ntrx_adapter_firmware_pending{adapter=\"0\"} 1\n"));
+}
+
+TEST(Health, TellsOfDisksWithoutAController) {
+  CliSession session;
+  gCurrentAdapter = gSpecificAdapterFlag = 1;
+  deviceSays = [](std::span<uint8_t> reply) {
+    if (reply.size() == 512 && reply[8] != 0) reply[0] = 0x21;               // firmware slots
+    if (reply.size() > 512 && reply[20] == 'N') reply[10] |= 2 | 8;          // a disk: patrolled, importable
+    if (reply.size() > 512 && reply[8] == 1 && reply[32] == 2) reply[8] = 2; // namespaces
+  };
+  std::string disks;
+  for (const char *disk : {"0 \"NS3-01007\"", "1 \"NS3-01008\"", "2 \"T4-88120A\"", "3 \"T4-88120B\""}) {
+    const std::string begin = std::string("WARNING: vmhba3 PD ") + disk;
+    disks += begin + ", firmware in slot 2 waits for a reset\n" + (disk[3] == 'N' ? begin + " importable\n" : "");
+  }
+  const std::string health = withoutPerformance(session.run("health").out), metrics = session.run("metrics").out;
+  EXPECT_EQ(health.substr(health.find('\n') + 1), disks + "WARNING: vmhba3 firmware in slot 2 waits for a reset\n");
+  EXPECT_THAT(metrics, AllOf(HasSubstr("\ntrx_disk_state{adapter=\"1\",disk=\"1\",state=\"media patrol executing\"} 1\n"), HasSubstr("\ntrx_disk_firmware_pending{adapter=\"1\",disk=\"3\"} 1\n"),
+                             Not(ContainsRegex("active.adapter=.1.,namespace=.2.*\ntrx_namespace_active.adapter=.1.,namespace=.2"))));
+  EXPECT_EQ(session.run("wait -o pd -t 0").out, "PD 0: Media Patrol\nPD 1: Media Patrol\nPD 0: Media Patrol has not ended.\nPD 1: Media Patrol has not ended.\n");
 }
 
 TEST(Metrics, TellWhatHealthLooksAt) {

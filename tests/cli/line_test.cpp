@@ -90,7 +90,7 @@ TEST(Line, EndsAsItsOutcome) {
   const std::vector<std::pair<Words, int>> rows = {
     {{"--strict", "vd", "-a"}, 2}, {{"--strict", "info", "-o", "vd", "-i", "60"}, 3}, {{"info", "-o", "vd", "-i", "60"}, 0}, {{"--strict", "spi", "-t", "write"}, 1},
     {{"--dry-run", "vd", "-a", "delete", "-i", "1"}, 0}, {{"--dry-run", "vd", "-a", "delete", "-i", "9"}, 3}, {{"--dry-run", "ns", "-a", "detach", "-i", "9", "-d", "0"}, 3}, {{"--dry-run", "vd", "-a", "x"}, 0}, {{"--strict", "--dry-run", "vd", "-a", "x"}, 2}, {{"--expect", "name=x", "vd", "-a", "delete", "-i", "1"}, 6},
-    {{"--expect", "x=1", "version"}, 2}, {{"--expect"}, 2}, {{"--json=x"}, 1}, {{"--d"}, 0}, {{"--strict", "9", "version"}, 3},
+    {{"--expect", "x=1", "version"}, 2}, {{"--expect"}, 2}, {{"--json=x"}, 1}, {{"--d"}, 0}, {{"--dry-run", "--version"}, 0}, {{"--strict", "9", "version"}, 3},
   };
   for (const auto &[words, status] : rows) EXPECT_EQ(host.cli(words).status, status) << PrintToString(words);
   // Where there is no controller, a line that asks for one is told from one that is wrong in itself, and from one that asks nobody.
@@ -162,7 +162,7 @@ TEST(Changes, AreAboutTheirObjects) {
   };
   const struct { int adapter; const char *line, *objects; } rows[] = {
     {0, "import -l 3", "VD 3 "}, {0, "init -i 2", "VD 2 "}, {0, "init -a stop -i 1", "VD 1 "}, {0, "mp -i 2", "VD 2 "}, {0, "rebuild -a start -i 1 -d 7", "VD 1 PD 7 "},
-    {0, "vd -a create -r 5 -d 3,4,7", "PD 3 PD 4 PD 7 "}, {0, "vd -a delete -i 2", "VD 2 "}, {0, "reset -i 4 -t device", "PD 4 "}, {0, "reset -i 1 -t power -a on", "NVMe Controller 0 "},
+    {0, "vd -a create -r 5 -d 0,4,7", "PD 0 PD 4 PD 7 "}, {0, "vd -a delete -i 2", "VD 2 "}, {0, "reset -i 4 -t device", "PD 4 "}, {0, "reset -i 1 -t power -a on", "NVMe Controller 0 "},
     {0, "ns -a share -i 2 -s yes", "NS 2 "}, {0, "ns -a attach -i 3 -d 0", "NS 3 "}, {0, "ns -a detach -i 4 -d 0", "NS 4 "}, {0, "ns -a create -i 3 -c 0 -l 1", "VD 3 "}, {1, "ns -a create -i 1 -c 0 -l 1", "PD 1 "},
     {1, "ns -a init -i 2 -n 2", "PD 2 "}, {1, "kxf -a on", "NVMe Controller 1 "}, {0, "passthru -i 5 -o 0x80 -r read", "PD 5 "},
   };
