@@ -52,6 +52,7 @@ TEST(Health, TellsTheStateAndWhatHelps) {
       {"unsupported", "", "health", 3, "UNKNOWN: No NVMe Controller is found\n"},
       // A line that is wrong in itself.
       {"empty", "", "health -w temperature", 3, "UNKNOWN: -w : invalid limit 'temperature'\n"}, {"empty", "", "health -c wear=5,wear=6", 3, "UNKNOWN: -c : invalid limit 'wear=6'\n"},
+      {"empty", "", "health -c wear=9999", 0, "OK: 1 NVMe Controller, 0 PDs, 0 VDs\n"}, {"empty", "", "health -c wear=10000", 3, "UNKNOWN: -c : invalid limit 'wear=10000'\n"},
       {"empty", "", "health -c wear=-1", 3, "UNKNOWN: -c : invalid limit 'wear=-1'\n"}, {"empty", "", "health -c speed=1", 3, "UNKNOWN: -c : invalid limit 'speed=1'\n"},
       {"empty", "", "health -w wear=1 -w wear=2", 3, "UNKNOWN: the words after health will not do, see health -h\n"}, {"empty", "", "health now", 3, "UNKNOWN: the words after health will not do, see health -h\n"},
       {"empty", "", "--expect id=1 health", 3, "UNKNOWN: trx_cli: --expect: the command changes nothing\n"}, {"empty", "", "--strict --strict health", 3, "UNKNOWN: trx_cli: --strict is given twice\n"},

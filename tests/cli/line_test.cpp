@@ -75,6 +75,7 @@ TEST(Line, IsADocumentWhateverHappens) {
     {{"group=e2", "sub=0", "count=99", "nvme=0x6"}, {{"--json", "info", "-o", "vd"}, 1, "/status/text", "Internal Error"}}, {{"group=e2", "sub=0", "count=99", "platform=13"}, {{"--json", "info", "-o", "vd"}, 4, "/outcome", "denied"}},
     {{"group=e2", "sub=0", "signature"}, {{"--json", "info", "-o", "vd", "-i", "0"}, 5, "/status/text", "Bad message"}}, {{"adapter=vmhba2", "group=e0", "sub=0", "nth=2", "platform=5"}, {{"--json", "info", "-o", "vd"}, 5, "/outcome", "failed"}},
     {{"op=6", "nth=3", "nvme=0x6"}, {{"--json", "info", "-o", "hba"}, 7, "/data/adapters/0/host_id", nullptr}}, {{"op=e2", "group=e0", "sub=1", "platform=5"}, {{"--json", "get", "-o", "hba", "-i", "0"}, 5, "/outcome", "failed"}},
+    {{"op=e2", "group=e2", "platform=133"}, {{"--json", "info", "-o", "vd", "-i", "0"}, 5, "/status/code", 133}},
   };
   for (const auto &[fault, row] : faults) {
     Words add = fault;

@@ -203,7 +203,7 @@ TEST_F(Launcher, NonsenseOfAHandIsRefusedAndChangesNothing) {
       {"insert 3 --serial 'A B'", "is no serial number"}, {"insert 3 --serial", "--serial needs a value"}, {"insert 32 --serial A", "no disk 32"},
       {"smart 0", "KEY=VALUE"}, {"smart 3 temperature=1", "disk 3 is not there"}, {"smart 0 temperature=1 colour=1", "'colour' is not known"},
       {"smart 0 temperature=-274", "is no number from -273 to 65262"}, {"smart 0 available_spare=101", "is no number from 0 to 100"},
-      {"smart 0 media_errors=", "is no number"}, {"smart 0 media_errors=1x", "is no number"}, {"latency 60001", "the most is 60000"},
+      {"smart 0 media_errors=4611686018427387904", "is no number from 0 to 4611686018427387903"}, {"smart 0 media_errors=", "is no number"}, {"smart 0 media_errors=1x", "is no number"}, {"latency 60001", "the most is 60000"},
       {"latency -1", "'-1' is not a number"}, {"latency 5 2", "no adapter 2"},
   };
   bool exists = false;
@@ -225,6 +225,7 @@ TEST_F(Launcher, EachExchangeTakesTheLatencyUntilItIsTakenBack) {
   const auto begin = std::chrono::steady_clock::now();
   EXPECT_EQ(pair({0xE2, 0}, RequestHeader{}), 0U);
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(80));
+  EXPECT_EQ(hand("latency 60000").text, "");
   hand("latency 0");
   EXPECT_EQ(run("show " + state()).text.find(" ms\n"), std::string::npos);
 }
