@@ -93,6 +93,9 @@ TEST(Wait, LooksOnce) {
     host.cli(wordsOf(std::string(line) + " -t 0"));
     EXPECT_EQ(host.traffic().size(), requests) << line << ": no id beyond the last is asked for";
   }
+  host.sim("fault add op=e2 group=e2 platform=5");
+  const Outcome unread = host.cli(wordsOf("wait -o vd"));
+  EXPECT_EQ(unread.out + std::to_string(unread.status), "It could not be asked: Input/output error.\n5");
   const SimHost none("unsupported");
   for (const char *word : {"wait", "watch"}) {
     const Outcome outcome = runProgram(none.runWords({TRX_CLI_PATH, word}));
@@ -151,6 +154,25 @@ TEST(Wait, DrawsHowFarItIs) {
   for (const auto &row : rows) EXPECT_EQ(progressBar(volume, row.sight, row.rate, row.others), row.bar);
   EXPECT_EQ(outputOf([] { for (const char *bar : {"abc", "d", "efgh", ""}) drawBar(bar); }), "\rabc\rd  \refgh\r    \r");
   EXPECT_EQ(outputOf([] { drawBar(std::string(99, 'x')); }), "\r" + std::string(79, 'x'));
+}
+
+TEST(Interrupt, EndsWhatHangsTheSecondTimeAndHeedsNohup) {
+  SimHost host("clockwork"), hanging("clockwork");
+  hanging.sim("fault add op=e2 group=e3 count=9 delay=20000");
+  signal(SIGHUP, SIG_IGN);
+  Running nohup(host, {"wait"});
+  signal(SIGHUP, SIG_DFL);
+  nohup.await("0%\n");
+  nohup.signal(SIGHUP);
+  Running twice(hanging, {"wait"});
+  sleep(1);
+  twice.signal(SIGINT), nohup.signal(SIGTERM);
+  usleep(500000);
+  twice.signal(SIGINT);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(twice.end(), 128 + SIGINT);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+  EXPECT_EQ(nohup.end(), 128 + SIGTERM);
 }
 
 TEST(Interrupt, SleepsAsLongAsItIsTold) {
