@@ -42,7 +42,7 @@ struct Fact {
   std::string line;  ///< "!" begins a verb of trx_sim
   std::string outcome;
   std::string data = "{}";
-  std::string severities = "-";  ///< of its messages, a letter each: "ie"; "-" for any
+  std::string severities = ".*";  ///< of its messages, a letter each: "ie"
 };
 
 void expectFacts(const std::vector<Fact> &rows) {
@@ -57,8 +57,7 @@ void expectFacts(const std::vector<Fact> &rows) {
     EXPECT_TRUE(holds(document["data"], json::parse(row.data))) << row.line << document["data"];
     std::string severities;
     for (const json &message : document["messages"]) severities += message["severity"].get<std::string>()[0];
-    EXPECT_THAT(severities, AnyOf(row.severities, Truly([&](auto) { return row.severities == "-"; })))
-        << row.line << document["messages"];
+    EXPECT_THAT(severities, MatchesRegex(row.severities)) << row.line << document["messages"];
   }
   EXPECT_EQ(session.host().violations(), "");
 }
@@ -131,8 +130,8 @@ TEST(StorageDocuments, TellHowAnUpdateOfFirmwareWent) {
     {"flash -q firmware", "usage"}, {"flash -o pd -i 99 -q firmware", "not_found"}, {"!image @h --size 8192", ""}, {"!image @bad --size 8192 --bad-sum", ""},
     {"flash -o pd -i 2 -f @h -s 2 -c 1", "ok", "{}", "i"}, {"flash -o pd -i 2 -f @none -s 2 -c 1", "not_found"}, {"flash -o pd -i 2 -f / -s 2 -c 1", "usage"},
     {"flash -o hba -f @h -s 2 -c 1", "ok", "{}", "ii"}, {"flash -o hba -i 7 -f @h -s 2 -c 1", "not_found"}, {"flash -o hba -t raw -f @bad -c 1", "usage"},
-    // It will run from the next reset on, which is no failure.
-    {"flash -o hba -s 1 -c 3", "ok"}, {"!fault add op=10 nvme=0x113", ""}, {"flash -o hba -s 1 -c 2", "refused", "{}", "iee"},
+    // It will run from the next reset on, which is no failure. The worker may fail before it is told that it began.
+    {"flash -o hba -s 1 -c 3", "ok"}, {"!fault add op=10 nvme=0x113", ""}, {"flash -o hba -s 1 -c 2", "refused", "{}", "iee|eie"},
     {"!fault add op=10 platform=13", ""}, {"flash -o hba -s 2 -c 2", "denied"}, {"!fault add op=c3 platform=5", ""}, {"flash -o pd -i 2 -s 2 -c 2", "failed"},
   });
 }
