@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "Functions/commandTables.h"
 #include "Functions/simple/simple_info.h"
@@ -110,15 +111,18 @@ Words CliSession::requests() {
 }
 
 std::string outputOf(const std::function<void()> &code) {
-  char *text = nullptr;
-  size_t length = 0;
-  stream = open_memstream(&text, &length);
+  struct Memory {  // a line may end with an exception
+    ~Memory() {
+      std::fclose(std::exchange(stream, stdout));
+      std::free(text);
+    }
+    char *text = nullptr;
+    size_t length = 0;
+  } memory;
+  stream = open_memstream(&memory.text, &memory.length);
   code();
-  std::fclose(stream);
-  stream = stdout;
-  std::string output(text, length);
-  std::free(text);
-  return output;
+  std::fflush(stream);
+  return {memory.text, memory.length};
 }
 
 }  // namespace trx::test
