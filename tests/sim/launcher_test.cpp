@@ -18,6 +18,7 @@ struct Output {
 
 class Launcher : public Host {
  protected:
+  ~Launcher() override { run("reset " + state()); }  // semaphores lie elsewhere
   /// Runs trx_sim; standard error joins the output.
   Output run(const std::string &arguments) const {
     const std::string host =
